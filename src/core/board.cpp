@@ -1,0 +1,342 @@
+#include "core/board.h"
+
+#include <sstream>
+#include <stdexcept>
+
+#include "core/zobrist.h"
+
+namespace morvane {
+
+std::uint64_t g_checkersCalls = 0;
+std::uint64_t g_checkersComputed = 0;
+
+namespace {
+
+// Castling rights that survive a move from or to each square: leaving or
+// capturing on a rook's home corner loses the right that rook carried.
+constexpr std::uint8_t rights_kept_by(Square s) {
+    switch (s) {
+        case 0: return static_cast<std::uint8_t>(~WHITE_OOO);
+        case 7: return static_cast<std::uint8_t>(~WHITE_OO);
+        case 56: return static_cast<std::uint8_t>(~BLACK_OOO);
+        case 63: return static_cast<std::uint8_t>(~BLACK_OO);
+        default: return 0xFF;
+    }
+}
+
+constexpr std::uint8_t rights_kept_by_mover(int code) {
+    if (code == make_piece(WHITE, KING)) return static_cast<std::uint8_t>(~(WHITE_OO | WHITE_OOO));
+    if (code == make_piece(BLACK, KING)) return static_cast<std::uint8_t>(~(BLACK_OO | BLACK_OOO));
+    return 0xFF;
+}
+
+// Rook squares of a castling move, by the king's destination.
+struct RookHop {
+    Square from, to;
+};
+constexpr RookHop castling_rook(Square kingTo) {
+    switch (kingTo) {
+        case 6: return {7, 5};
+        case 2: return {0, 3};
+        case 62: return {63, 61};
+        default: return {56, 59};
+    }
+}
+
+int piece_code_of(char ch) {
+    switch (ch) {
+        case 'P': return make_piece(WHITE, PAWN);
+        case 'N': return make_piece(WHITE, KNIGHT);
+        case 'B': return make_piece(WHITE, BISHOP);
+        case 'R': return make_piece(WHITE, ROOK);
+        case 'Q': return make_piece(WHITE, QUEEN);
+        case 'K': return make_piece(WHITE, KING);
+        case 'p': return make_piece(BLACK, PAWN);
+        case 'n': return make_piece(BLACK, KNIGHT);
+        case 'b': return make_piece(BLACK, BISHOP);
+        case 'r': return make_piece(BLACK, ROOK);
+        case 'q': return make_piece(BLACK, QUEEN);
+        case 'k': return make_piece(BLACK, KING);
+        default: return 0;
+    }
+}
+
+}  // namespace
+
+Board::Board() : pieces{}, byColor{}, occupied(0), squares{}, side(WHITE), ply(0), states{}, keys{},
+                 pawnTable(4096), pawnMask(4095) {
+    init_zobrist();
+    init_attacks();
+    set_fen(StartFen);
+}
+
+void Board::put_piece(int code, Square s) {
+    Bitboard b = square_bb(s);
+    Color c = piece_color(code);
+    pieces[c][piece_type(code)] |= b;
+    byColor[c] |= b;
+    occupied |= b;
+    squares[s] = code;
+}
+
+void Board::remove_piece(Square s) {
+    int code = squares[s];
+    Bitboard b = ~square_bb(s);
+    Color c = piece_color(code);
+    pieces[c][piece_type(code)] &= b;
+    byColor[c] &= b;
+    occupied &= b;
+    squares[s] = 0;
+}
+
+void Board::move_piece(Square from, Square to) {
+    if (squares[to]) remove_piece(to);
+    int code = squares[from];
+    Bitboard fromTo = square_bb(from) | square_bb(to);
+    Color c = piece_color(code);
+    pieces[c][piece_type(code)] ^= fromTo;
+    byColor[c] ^= fromTo;
+    occupied ^= fromTo;
+    squares[from] = 0;
+    squares[to] = code;
+}
+
+bool Board::ep_is_hashed(Square ep, Color mover) const {
+    return ep != NO_SQUARE && (pawnAtt[mover ^ 1][ep] & pieces[mover][PAWN]);
+}
+
+std::uint64_t Board::compute_key() const {
+    std::uint64_t k = 0;
+    for (Square s = 0; s < 64; ++s)
+        if (squares[s]) k ^= zPieceSquare[squares[s]][s];
+    if (side == BLACK) k ^= zSideToMove;
+    k ^= zCastling[states[ply].castling & 15];
+    Square ep = states[ply].epSquare;
+    if (ep_is_hashed(ep, side)) k ^= zEnPassantFile[file_of(ep)];
+    return k;
+}
+
+std::uint64_t Board::compute_pawn_key() const {
+    std::uint64_t k = 0;
+    for (Color c : {WHITE, BLACK})
+        for (Bitboard b = pieces[c][PAWN]; b;) {
+            Square s = pop_lsb(b);
+            k ^= zPieceSquare[make_piece(c, PAWN)][s];
+        }
+    return k;
+}
+
+void Board::set_fen(const std::string& fenText) {
+    for (auto& row : pieces)
+        for (auto& b : row) b = 0;
+    byColor[WHITE] = byColor[BLACK] = occupied = 0;
+    for (auto& sq : squares) sq = 0;
+    side = WHITE;
+    ply = 0;
+    keys[0] = KeyEntry{};
+    states[0] = StateEntry{0, 0, NO_SQUARE, 15, NO_SQUARE, 0};
+
+    std::istringstream in(fenText);
+    std::string placement, sideField, castlingField, epField;
+    in >> placement >> sideField >> castlingField >> epField;
+    int halfmove = 0, fullmove = 1;
+    if (!(in >> halfmove)) halfmove = 0;
+    if (!(in >> fullmove)) fullmove = 1;
+
+    int rank = 7, file = 0;
+    for (char ch : placement) {
+        if (ch == '/') {
+            --rank;
+            file = 0;
+        } else if (ch >= '0' && ch <= '9') {
+            file += ch - '0';
+        } else {
+            int code = piece_code_of(ch);
+            if (!code) throw std::runtime_error("FEN invalide: piece inconnue");
+            // An overlong rank or a ninth rank must never write off the board.
+            if (file > 7 || rank < 0) throw std::runtime_error("FEN invalide: case hors de l'echiquier");
+            put_piece(code, make_square(file, rank));
+            ++file;
+        }
+    }
+
+    side = sideField == "b" ? BLACK : WHITE;
+
+    int castling = 0;
+    for (char ch : castlingField) {
+        if (ch == 'K') castling |= WHITE_OO;
+        else if (ch == 'Q') castling |= WHITE_OOO;
+        else if (ch == 'k') castling |= BLACK_OO;
+        else if (ch == 'q') castling |= BLACK_OOO;
+    }
+    states[0].castling = static_cast<std::uint8_t>(castling);
+
+    Square ep = NO_SQUARE;
+    if (epField.size() == 2 && epField[0] >= 'a' && epField[0] <= 'h' && epField[1] >= '1' && epField[1] <= '8')
+        ep = make_square(epField[0] - 'a', epField[1] - '1');
+    states[0].epSquare = ep;
+    states[0].halfmove = static_cast<std::uint16_t>(halfmove);
+
+    keys[0].key = compute_key();
+    keys[0].pawnKey = compute_pawn_key();
+    keys[0].checkersValid = 0;
+}
+
+std::string Board::fen() const {
+    std::string out;
+    for (int rank = 7; rank >= 0; --rank) {
+        int empty = 0;
+        for (int file = 0; file < 8; ++file) {
+            int code = squares[make_square(file, rank)];
+            if (!code) {
+                ++empty;
+                continue;
+            }
+            if (empty) out += static_cast<char>('0' + empty);
+            empty = 0;
+            out += PieceLetters[code];
+        }
+        if (empty) out += static_cast<char>('0' + empty);
+        if (rank) out += '/';
+    }
+    out += side == WHITE ? " w " : " b ";
+    const StateEntry& st = states[ply];
+    std::string rights;
+    if (st.castling & WHITE_OO) rights += 'K';
+    if (st.castling & WHITE_OOO) rights += 'Q';
+    if (st.castling & BLACK_OO) rights += 'k';
+    if (st.castling & BLACK_OOO) rights += 'q';
+    out += rights.empty() ? "-" : rights;
+    out += ' ' + square_to_string(st.epSquare) + ' ' + std::to_string(st.halfmove) + " 1";
+    return out;
+}
+
+void Board::do_move(Move m) {
+    if (ply >= MAX_GAME_PLY - 1) throw std::runtime_error("MAX_GAME_PLY dépassé");
+    const Square from = move_from(m), to = move_to(m);
+    const int flag = move_flag(m);
+    const int moving = squares[from];
+    const Color us = side;
+    const StateEntry& old = states[ply];
+    const KeyEntry& oldKeys = keys[ply];
+    const Square captureSquare = flag == FLAG_EN_PASSANT ? make_square(file_of(to), rank_of(from)) : to;
+    const int captured = squares[captureSquare];
+    const bool oldEpHashed = ep_is_hashed(old.epSquare, us);
+
+    std::uint64_t key = oldKeys.key ^ zSideToMove;
+    std::uint64_t pawnKey = oldKeys.pawnKey;
+
+    if (captured) {
+        remove_piece(captureSquare);
+        key ^= zPieceSquare[captured][captureSquare];
+        if (piece_type(captured) == PAWN) pawnKey ^= zPieceSquare[captured][captureSquare];
+    }
+
+    int placed = moving;
+    move_piece(from, to);
+    if (flag == FLAG_CASTLING) {
+        RookHop rook = castling_rook(to);
+        move_piece(rook.from, rook.to);
+        int rookCode = make_piece(us, ROOK);
+        key ^= zPieceSquare[rookCode][rook.from] ^ zPieceSquare[rookCode][rook.to];
+    } else if (flag == FLAG_PROMOTION) {
+        placed = make_piece(us, promotion_type(m));
+        remove_piece(to);
+        put_piece(placed, to);
+    }
+    key ^= zPieceSquare[moving][from] ^ zPieceSquare[placed][to];
+    if (piece_type(moving) == PAWN) pawnKey ^= zPieceSquare[moving][from];
+    if (piece_type(placed) == PAWN) pawnKey ^= zPieceSquare[placed][to];
+
+    int halfmove = 0;
+    Square ep = NO_SQUARE;
+    if (piece_type(moving) == PAWN) {
+        if (to - from == 16 || from - to == 16) ep = (from + to) / 2;
+    } else if (!captured) {
+        halfmove = old.halfmove + 1;
+    }
+
+    std::uint8_t castling = old.castling & rights_kept_by_mover(moving) & rights_kept_by(from) & rights_kept_by(to);
+    key ^= zCastling[castling & 15] ^ zCastling[old.castling & 15];
+    if (oldEpHashed) key ^= zEnPassantFile[file_of(old.epSquare)];
+
+    ++ply;
+    states[ply] = StateEntry{m, captured, captureSquare, castling, ep, static_cast<std::uint16_t>(halfmove)};
+    side = us ^ 1;
+    if (ep_is_hashed(ep, side)) key ^= zEnPassantFile[file_of(ep)];
+    keys[ply].key = key;
+    keys[ply].pawnKey = pawnKey;
+    keys[ply].checkersValid = 0;
+}
+
+void Board::undo_move() {
+    if (ply == 0) throw std::runtime_error("undo_move sur la position racine");
+    const StateEntry& st = states[ply];
+    const Move m = st.move;
+    const Square from = move_from(m), to = move_to(m);
+    const Color mover = side ^ 1;
+    switch (move_flag(m)) {
+        case FLAG_CASTLING: {
+            move_piece(to, from);
+            RookHop rook = castling_rook(to);
+            move_piece(rook.to, rook.from);
+            break;
+        }
+        case FLAG_PROMOTION:
+            remove_piece(to);
+            put_piece(make_piece(mover, PAWN), from);
+            break;
+        default: move_piece(to, from);
+    }
+    if (st.captured) put_piece(st.captured, st.captureSquare);
+    side = mover;
+    --ply;
+}
+
+void Board::do_null_move() {
+    if (ply > MAX_GAME_PLY - 2) throw std::runtime_error("MAX_GAME_PLY dépassé (do_null_move)");
+    const StateEntry& old = states[ply];
+    states[ply + 1] = StateEntry{0, 0, NO_SQUARE, old.castling, NO_SQUARE, old.halfmove};
+    std::uint64_t key = keys[ply].key ^ zSideToMove;
+    if (ep_is_hashed(old.epSquare, side)) key ^= zEnPassantFile[file_of(old.epSquare)];
+    keys[ply + 1] = KeyEntry{key, keys[ply].pawnKey, 0, 0};
+    ++ply;
+    side ^= 1;
+}
+
+void Board::undo_null_move() {
+    if (ply == 0) throw std::runtime_error("undo_null_move sur la position racine");
+    side ^= 1;
+    --ply;
+}
+
+Bitboard Board::pinned(Color c) const {
+    Bitboard king = pieces[c][KING];
+    if (!king) return 0;
+    Square k = lsb(king);
+    Color them = c ^ 1;
+    Bitboard snipers = (rookTableFlat[rookOffset[k]] & (pieces[them][ROOK] | pieces[them][QUEEN])) |
+                       (bishopTableFlat[bishopOffset[k]] & (pieces[them][BISHOP] | pieces[them][QUEEN]));
+    Bitboard result = 0;
+    while (snipers) {
+        Bitboard between = squares_between(k, pop_lsb(snipers)) & occupied;
+        if (between && !more_than_one(between) && (between & byColor[c])) result |= between;
+    }
+    return result;
+}
+
+bool Board::is_insufficient_material() const {
+    constexpr Bitboard DarkSquares = 0xAA55AA55AA55AA55ULL;
+    for (Color c : {WHITE, BLACK}) {
+        if (pieces[c][PAWN] | pieces[c][ROOK] | pieces[c][QUEEN]) return false;
+        int knights = popcount(pieces[c][KNIGHT]);
+        Bitboard bishops = pieces[c][BISHOP];
+        int minors = knights + popcount(bishops);
+        if (minors <= 1 || (knights == 2 && !bishops)) continue;
+        if (!knights && (!(bishops & DarkSquares) || !(bishops & ~DarkSquares))) continue;
+        return false;
+    }
+    return true;
+}
+
+}  // namespace morvane
