@@ -1,7 +1,80 @@
 #include "uci/command_line.h"
 
+#include <cstdlib>
+#include <iostream>
+#include <string>
+
+#include "uci/uci_loop.h"
+
 namespace morvane {
 
-int run_command_line(int, char**) { return 0; }
+namespace {
+
+struct BatchRequest {
+    std::string epdFile, output, unknown;
+    long depth = 0;
+    long long movetime = 0;
+    bool resume = false;
+    bool batch = false;
+};
+
+BatchRequest parse_arguments(int argc, char** argv) {
+    BatchRequest req;
+    for (int i = 1; i < argc; ++i) {
+        const std::string arg = argv[i];
+        const bool hasValue = i + 1 < argc;
+        if (arg == "--sts" && hasValue) {
+            req.epdFile = argv[++i];
+            req.batch = true;
+        } else if (arg == "--depth" && hasValue) {
+            req.depth = std::strtol(argv[++i], nullptr, 10);
+        } else if (arg == "--movetime" && hasValue) {
+            req.movetime = std::strtoll(argv[++i], nullptr, 10);
+        } else if (arg == "--output" && hasValue) {
+            req.output = argv[++i];
+        } else if (arg == "--continue") {
+            req.resume = true;
+        } else if (arg.rfind("--", 0) == 0 && req.unknown.empty()) {
+            req.unknown = arg;
+        }
+    }
+    return req;
+}
+
+void print_usage(const char* program) {
+    std::cerr << "Usage: " << program
+              << " --sts <fichier.epd> (--depth <N> | --movetime <ms>) --output <base_rapport> [--continue]\n"
+              << "  --depth et --movetime peuvent etre combines : la recherche de chaque\n"
+              << "  position s'arrete a la premiere limite atteinte (pas de priorite de l'un\n"
+              << "  sur l'autre). Au moins un des deux est requis.\n"
+              << "  Produit <base_rapport>.txt et <base_rapport>.csv, ecrits au fur et a mesure.\n"
+              << "  --continue : reprend un test interrompu (meme fichier EPD requis) au lieu de\n"
+              << "               redemarrer depuis zero (comportement par defaut sans cette option)."
+              << std::endl;
+}
+
+}  // namespace
+
+int run_command_line(int argc, char** argv) {
+    if (argc <= 1) {
+        uci_loop();
+        return 0;
+    }
+    const BatchRequest req = parse_arguments(argc, argv);
+    if (!req.unknown.empty())
+        std::cerr << "info string argument non reconnu : " << req.unknown
+                  << " (bascule en mode UCI normal si aucun --sts valide "
+                  << "n'est fourni par ailleurs -- verifier l'orthographe)" << std::endl;
+    if (!req.batch) {
+        uci_loop();
+        return 0;
+    }
+    if (!req.epdFile.empty() && !req.output.empty() && (req.depth > 0 || req.movetime > 0)) {
+        // The batch runner lands with the test-suite mode.
+        return 0;
+    }
+    print_usage(argv[0]);
+    return 1;
+}
 
 }  // namespace morvane

@@ -1,0 +1,211 @@
+#include <gtest/gtest.h>
+
+#include <stdexcept>
+
+#include "core/notation.h"
+#include "core/position_check.h"
+#include "core/zobrist.h"
+#include "support/test_positions.h"
+
+using namespace morvane;
+
+namespace {
+
+Move uci(Board& board, const std::string& text) {
+    ScoredMove moves[MAX_MOVES];
+    const int n = generate_legal(board, moves, false);
+    for (int i = 0; i < n; ++i)
+        if (move_to_uci(moves[i].move) == text) return moves[i].move;
+    ADD_FAILURE() << "no legal move " << text;
+    return NULL_MOVE;
+}
+
+void play(Board& board, std::initializer_list<const char*> moves) {
+    for (const char* m : moves) board.do_move(uci(board, m));
+}
+
+void expect_consistent(const Board& b) {
+    Bitboard all[2] = {0, 0};
+    for (Square s = 0; s < 64; ++s) {
+        const int code = b.squares[s];
+        if (!code) continue;
+        ASSERT_TRUE(b.pieces[piece_color(code)][piece_type(code)] & square_bb(s)) << s;
+        all[piece_color(code)] |= square_bb(s);
+    }
+    ASSERT_EQ(b.byColor[WHITE], all[WHITE]);
+    ASSERT_EQ(b.byColor[BLACK], all[BLACK]);
+    ASSERT_EQ(b.occupied, all[WHITE] | all[BLACK]);
+    ASSERT_EQ(b.key(), b.compute_key());
+    ASSERT_EQ(b.pawn_key(), b.compute_pawn_key());
+}
+
+}  // namespace
+
+TEST(Board, IncrementalKeysMatchRecomputationThroughRandomGames) {
+    Board board;
+    std::mt19937_64 rng(2024);
+    for (const char* fen : test::PerftFens) {
+        for (int game = 0; game < 40; ++game) {
+            board.set_fen(fen);
+            const std::uint64_t rootKey = board.key();
+            const std::string rootFen = board.fen();
+            for (int ply = 0; ply < 120; ++ply) {
+                ScoredMove moves[MAX_MOVES];
+                const int n = generate_legal(board, moves, false);
+                if (n == 0) break;
+                if (rng() % 8 == 0 && !board.checkers()) {
+                    board.do_null_move();
+                    expect_consistent(board);
+                    board.undo_null_move();
+                }
+                board.do_move(moves[rng() % n].move);
+                expect_consistent(board);
+            }
+            while (board.ply > 0) board.undo_move();
+            ASSERT_EQ(board.key(), rootKey);
+            ASSERT_EQ(board.fen(), rootFen);
+            expect_consistent(board);
+        }
+    }
+}
+
+TEST(Board, EnPassantSquareIsStoredButHashedOnlyWhenCapturable) {
+    Board board;
+    play(board, {"e2e4"});
+    EXPECT_EQ(board.state().epSquare, 20);  // e3
+    Board fresh;
+    fresh.set_fen("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1");
+    EXPECT_EQ(board.key(), fresh.key());  // no black pawn attacks e3
+
+    board.set_fen("rnbqkbnr/ppp1pppp/8/8/3pP3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 3");
+    Board noEp;
+    noEp.set_fen("rnbqkbnr/ppp1pppp/8/8/3pP3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 3");
+    EXPECT_NE(board.key(), noEp.key());
+    EXPECT_EQ(board.key() ^ zEnPassantFile[4], noEp.key());
+}
+
+TEST(Board, FenFieldsAndDefaults) {
+    Board board;
+    board.set_fen("4k3/8/8/8/8/8/8/4K3 w - - 7 30");
+    EXPECT_EQ(board.state().castling, 0);
+    EXPECT_EQ(board.state().halfmove, 7);
+    EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 7 1");
+
+    board.set_fen("4k3/8/8/8/8/8/8/4K3");
+    EXPECT_EQ(board.side, WHITE);
+    EXPECT_EQ(board.state().castling, 0);
+    EXPECT_EQ(board.state().epSquare, NO_SQUARE);
+    EXPECT_EQ(board.state().halfmove, 0);
+
+    board.set_fen(StartFen);
+    EXPECT_EQ(board.fen(), StartFen);
+    EXPECT_EQ(board.state().castling, 15);
+}
+
+TEST(Board, BadFensThrowWithoutWritingOffTheBoard) {
+    Board board;
+    try {
+        board.set_fen("rnbqkbnr/ppppxppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1");
+        FAIL();
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "FEN invalide: piece inconnue");
+    }
+    EXPECT_THROW(board.set_fen("rnbqkbnrr/8/8/8/8/8/8/8 w - -"), std::runtime_error);
+    EXPECT_THROW(board.set_fen("8/8/8/8/8/8/8/8/8/k w - -"), std::runtime_error);
+    EXPECT_THROW(board.set_fen("88k/8/8/8/8/8/8/K7 w - -"), std::runtime_error);
+    EXPECT_NO_THROW(board.set_fen("9/8/8/8/8/8/8/8 w - -"));  // digits alone place nothing
+}
+
+TEST(Board, InsufficientMaterial) {
+    Board board;
+    auto insufficient = [&](const char* fen) {
+        board.set_fen(fen);
+        return board.is_insufficient_material();
+    };
+    EXPECT_TRUE(insufficient("8/8/8/8/8/8/8/4K2k w - - 0 1"));
+    EXPECT_TRUE(insufficient("7k/8/8/8/8/8/8/2N1KN2 w - - 0 1"));
+    EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/2B1KN2 w - - 0 1"));
+    EXPECT_TRUE(insufficient("7k/8/6b1/8/8/8/8/2B1K3 w - - 0 1"));   // c1 dark, g6 light
+    EXPECT_TRUE(insufficient("7k/8/8/8/8/8/8/2B1K1B1 w - - 0 1"));   // c1 and g1: both dark
+    EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/2BBK3 w - - 0 1"));    // c1 and d1 differ
+    EXPECT_FALSE(insufficient("7k/8/8/8/8/8/P7/4K3 w - - 0 1"));
+    EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/1NNNK3 w - - 0 1"));
+}
+
+TEST(Board, CastlingRightsFollowKingAndRookMoves) {
+    Board board;
+    board.set_fen("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
+    board.do_move(uci(board, "a1a8"));  // captures the a8 rook on its corner
+    EXPECT_EQ(board.state().castling, BLACK_OO | WHITE_OO);
+    board.undo_move();
+    board.do_move(uci(board, "e1g1"));
+    EXPECT_EQ(board.state().castling, BLACK_OO | BLACK_OOO);
+    EXPECT_EQ(board.squares[5], make_piece(WHITE, ROOK));
+    EXPECT_EQ(board.squares[6], make_piece(WHITE, KING));
+    board.undo_move();
+    EXPECT_EQ(board.fen(), "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
+}
+
+TEST(Board, PlyLimitsAndNullMoves) {
+    Board board;
+    EXPECT_THROW(board.undo_move(), std::runtime_error);
+    EXPECT_THROW(board.undo_null_move(), std::runtime_error);
+    const char* cycle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+    for (int i = 0; i < MAX_GAME_PLY - 1; ++i) board.do_move(uci(board, cycle[i % 4]));
+    EXPECT_EQ(board.ply, MAX_GAME_PLY - 1);
+    const std::string before = board.fen();
+    try {
+        board.do_move(make_move(6, 21));
+        FAIL();
+    } catch (const std::runtime_error& e) {
+        EXPECT_STREQ(e.what(), "MAX_GAME_PLY dépassé");
+    }
+    EXPECT_EQ(board.fen(), before);
+    EXPECT_THROW(board.do_null_move(), std::runtime_error);
+
+    board.set_fen("4k3/8/8/8/3p4/8/4P3/4K3 w - - 5 40");
+    play(board, {"e2e4"});
+    board.do_null_move();
+    EXPECT_EQ(board.state().epSquare, NO_SQUARE);
+    EXPECT_EQ(board.state().halfmove, 0);
+    EXPECT_EQ(board.side, WHITE);
+    board.undo_null_move();
+    EXPECT_EQ(board.state().epSquare, 20);
+}
+
+TEST(Board, PinnedPiecesAndCheckers) {
+    Board board;
+    board.set_fen("4k3/4r3/8/1b6/8/3N4/4B3/4K3 w - - 0 1");
+    EXPECT_EQ(board.pinned(WHITE), square_bb(12));  // e2 pinned by e7; d3 is not on the b5 diagonal
+    board.set_fen("4k3/8/8/1b6/8/3N4/8/5K2 w - - 0 1");
+    EXPECT_EQ(board.pinned(WHITE), square_bb(19));  // d3 between b5 and f1
+    board.set_fen("4k3/8/8/8/8/8/3n4/4K3 w - - 0 1");
+    EXPECT_EQ(board.checkers(), 0u);
+    board.set_fen("4k3/8/8/8/8/5n2/8/4K3 w - - 0 1");
+    EXPECT_EQ(board.checkers(), square_bb(21));
+    const std::uint64_t computed = g_checkersComputed;
+    EXPECT_EQ(board.checkers(), square_bb(21));
+    EXPECT_EQ(g_checkersComputed, computed);  // cached for the ply
+}
+
+TEST(PositionCheck, RejectsPositionsTheEngineCannotPlay) {
+    Board board;
+    EXPECT_EQ(position_problem(board), "");
+    const char* unplayable[] = {
+        "8/8/8/8/8/8/8/4K3 w - - 0 1",                  // no black king
+        "4k3/8/8/8/8/8/8/4KK2 w - - 0 1",               // two white kings
+        "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",               // pawn on the last rank
+        "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",              // side not to move in check
+        "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",       // more promotions than pawns
+        "4k3/8/8/8/8/8/8/4K3 w K - 0 1",                // castling right without its rook
+        "4k3/8/8/8/8/8/8/4K3 w - e6 0 1",               // no pawn made a double step
+    };
+    for (const char* fen : unplayable) {
+        board.set_fen(fen);
+        EXPECT_NE(position_problem(board), "") << fen;
+    }
+    for (const char* fen : test::PerftFens) {
+        board.set_fen(fen);
+        EXPECT_EQ(position_problem(board), "") << fen;
+    }
+}

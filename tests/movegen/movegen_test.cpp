@@ -1,0 +1,146 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <sstream>
+
+#include "core/notation.h"
+#include "support/test_positions.h"
+
+using namespace morvane;
+
+namespace {
+
+std::vector<std::string> legal_texts(Board& board, bool capturesOnly) {
+    ScoredMove moves[MAX_MOVES];
+    const int n = generate_legal(board, moves, capturesOnly);
+    std::vector<std::string> texts;
+    for (int i = 0; i < n; ++i) texts.push_back(move_to_uci(moves[i].move));
+    return texts;
+}
+
+bool contains(const std::vector<std::string>& v, const std::string& s) {
+    return std::find(v.begin(), v.end(), s) != v.end();
+}
+
+}  // namespace
+
+TEST(Perft, ShallowCountsOfTheStandardPositions) {
+    // Published counts; the deep ones are checked by tools/perft_bench.
+    const std::uint64_t expected[][4] = {
+        {20, 400, 8902, 197281}, {48, 2039, 97862, 4085603}, {14, 191, 2812, 43238},
+        {6, 264, 9467, 422333},  {44, 1486, 62379, 2103487}, {46, 2079, 89890, 3894594},
+    };
+    Board board;
+    for (int i = 0; i < 6; ++i) {
+        board.set_fen(test::PerftFens[i]);
+        for (int depth = 1; depth <= 4; ++depth)
+            EXPECT_EQ(perft_count(board, depth), expected[i][depth - 1]) << test::PerftFens[i] << " depth " << depth;
+    }
+}
+
+TEST(Perft, DividedOutputFormat) {
+    Board board;
+    std::ostringstream captured;
+    auto* old = std::cout.rdbuf(captured.rdbuf());
+    cmd_go_perft(board, 1);
+    cmd_go_perft(board, 0);
+    cmd_go_perft(board, 3);
+    std::cout.rdbuf(old);
+    const std::string out = captured.str();
+    EXPECT_EQ(out.find("b1a3: 1\n"), 0u);
+    EXPECT_NE(out.find("\nNodes searched: 20\n"), std::string::npos);
+    EXPECT_NE(out.find("\nNodes searched: 8902\n"), std::string::npos);
+    EXPECT_NE(out.find("e2e4: 600\n"), std::string::npos);
+
+    board.set_fen("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");  // stalemate
+    captured.str("");
+    old = std::cout.rdbuf(captured.rdbuf());
+    cmd_go_perft(board, 2);
+    std::cout.rdbuf(old);
+    EXPECT_EQ(captured.str(), "\nNodes searched: 0\n");
+}
+
+TEST(MoveGen, GenerationOrderPutsPiecesBeforePawnsBeforeKing) {
+    Board board;
+    const auto moves = legal_texts(board, false);
+    ASSERT_EQ(moves.size(), 20u);
+    EXPECT_EQ(moves.front(), "b1a3");
+    EXPECT_EQ(moves[4], "a2a3");
+    EXPECT_EQ(moves[5], "a2a4");
+    board.set_fen("4k3/1P6/8/8/8/8/8/4K2R w K - 0 1");
+    const auto withPromo = legal_texts(board, false);
+    const std::vector<std::string> head = {"h1f1", "h1g1", "h1h2", "h1h3", "h1h4", "h1h5", "h1h6", "h1h7", "h1h8",
+                                           "b7b8q", "b7b8r", "b7b8b", "b7b8n"};
+    ASSERT_GE(withPromo.size(), head.size());
+    EXPECT_TRUE(std::equal(head.begin(), head.end(), withPromo.begin()));
+    EXPECT_EQ(withPromo.back(), "e1g1");
+}
+
+TEST(MoveGen, ChecksAndCaptureMode) {
+    Board board;
+    // Double check by rook and knight: only king moves.
+    board.set_fen("4k3/8/8/8/8/3n4/8/R3K2r w Q - 0 1");
+    for (const auto& m : legal_texts(board, false)) EXPECT_EQ(m.substr(0, 2), "e1");
+
+    // In check, capture mode still returns every evasion, quiet ones too.
+    board.set_fen("4k3/8/8/8/8/8/4r3/R3K3 w Q - 0 1");
+    const auto evasions = legal_texts(board, true);
+    EXPECT_TRUE(contains(evasions, "e1e2"));
+    EXPECT_TRUE(contains(evasions, "e1d1"));
+    EXPECT_EQ(evasions, legal_texts(board, false));
+
+    // Quiet position: captures, en passant and push promotions only.
+    board.set_fen("r3k3/1P6/8/3pP3/8/8/8/R3K2R w KQq d6 0 2");
+    const auto tactical = legal_texts(board, true);
+    EXPECT_TRUE(contains(tactical, "e5d6"));
+    EXPECT_TRUE(contains(tactical, "b7a8q"));
+    EXPECT_TRUE(contains(tactical, "b7b8n"));
+    EXPECT_TRUE(contains(tactical, "a1a8"));
+    EXPECT_FALSE(contains(tactical, "e1g1"));
+    EXPECT_FALSE(contains(tactical, "e1f1"));
+    EXPECT_FALSE(contains(tactical, "e5e6"));
+}
+
+TEST(MoveGen, IllegalEnPassantAndCastlingAreRejected) {
+    Board board;
+    // Taking en passant would open the fifth rank to the rook.
+    board.set_fen("8/8/8/K2pP2r/8/8/8/7k w - d6 0 1");
+    EXPECT_FALSE(contains(legal_texts(board, false), "e5d6"));
+    // Castling through an attacked square, out of check, and with b1 attacked but empty.
+    board.set_fen("4k3/8/8/8/8/8/3r4/R3K2R w KQ - 0 1");
+    auto moves = legal_texts(board, false);
+    EXPECT_TRUE(contains(moves, "e1g1"));
+    EXPECT_FALSE(contains(moves, "e1c1"));  // d1 is attacked
+    board.set_fen("4k3/8/8/8/8/8/8/R3K2r w Q - 0 1");
+    moves = legal_texts(board, false);
+    EXPECT_FALSE(contains(moves, "e1c1"));  // never out of check
+    board.set_fen("1r2k3/8/8/8/8/8/8/R3K2R w KQ - 0 1");
+    moves = legal_texts(board, false);
+    EXPECT_TRUE(contains(moves, "e1c1"));
+    EXPECT_TRUE(contains(moves, "e1g1"));
+}
+
+TEST(MoveGen, RandomGamesKeepGeneratorAndBoardConsistent) {
+    // Every generated move must be legal (own king safe afterwards) and every
+    // legal-looking pseudo move that is rejected must really expose the king.
+    Board board;
+    std::mt19937_64 rng(99);
+    for (int game = 0; game < 200; ++game) {
+        board.set_fen(test::PerftFens[game % 6]);
+        for (int ply = 0; ply < 100; ++ply) {
+            ScoredMove moves[MAX_MOVES];
+            const int n = generate_legal(board, moves, false);
+            if (n == 0) break;
+            for (int i = 0; i < n; ++i) {
+                const Color us = board.side;
+                board.do_move(moves[i].move);
+                ASSERT_FALSE(board.attackers_to(board.king_square(us), board.occupied) & board.byColor[us ^ 1]);
+                board.undo_move();
+            }
+            ScoredMove captures[MAX_MOVES];
+            const int c = generate_legal(board, captures, true);
+            ASSERT_LE(c, n);
+            board.do_move(moves[rng() % n].move);
+        }
+    }
+}

@@ -1,0 +1,34 @@
+// Positions shared by several test files: the standard perft positions,
+// which between them exercise castling, en passant, promotions and pins.
+#pragma once
+
+#include <cstdint>
+#include <random>
+
+#include "movegen/movegen.h"
+
+namespace morvane::test {
+
+inline constexpr const char* PerftFens[] = {
+    "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1",
+    "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
+    "8/2p5/3p4/KP5r/1R3p1k/8/4P1P1/8 w - -",
+    "r3k2r/Pppp1ppp/1b3nbN/nP6/BBP1P3/q4N2/Pp1P2PP/R2Q1RK1 w kq - 0 1",
+    "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ - 1 8",
+    "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10",
+};
+
+// Plays up to maxPlies random legal moves; stops early at mate or stalemate.
+// Returns the number of moves made (each can be undone with undo_move).
+inline int play_random_moves(Board& board, std::mt19937_64& rng, int maxPlies) {
+    int made = 0;
+    for (; made < maxPlies; ++made) {
+        ScoredMove moves[MAX_MOVES];
+        const int n = generate_legal(board, moves, false);
+        if (n == 0) break;
+        board.do_move(moves[rng() % n].move);
+    }
+    return made;
+}
+
+}  // namespace morvane::test

@@ -1,0 +1,144 @@
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "core/position_check.h"
+#include "support/capture.h"
+#include "uci/command_line.h"
+#include "uci/uci_loop.h"
+
+using namespace morvane;
+
+namespace {
+
+std::string run(Board& board, const std::string& line, test::CapturedStreams& io) {
+    io.clear();
+    execute_uci_command(board, line);
+    return io.out() + io.err();
+}
+
+}  // namespace
+
+TEST(UciLoop, HandshakeAndReadiness) {
+    Board board;
+    test::CapturedStreams io;
+    run(board, "uci", io);
+    const std::string out = io.out();
+    EXPECT_EQ(out.rfind("id name Morvane VORL 0.47\nid author Tallivern\noption name Hash type spin default 16 min 1 max 2048\n", 0), 0u);
+    EXPECT_EQ(out.substr(out.size() - 6), "uciok\n");
+    run(board, "isready", io);
+    EXPECT_EQ(io.out(), "readyok\n");
+    EXPECT_FALSE(execute_uci_command(board, "quit"));
+    EXPECT_TRUE(execute_uci_command(board, ""));
+    EXPECT_TRUE(execute_uci_command(board, "xyzzy plugh"));
+}
+
+TEST(UciLoop, PositionCommandsAndTheirErrors) {
+    Board board;
+    test::CapturedStreams io;
+    run(board, "position startpos moves e2e4 e7e5 xx g1f3", io);
+    EXPECT_EQ(io.err(), "info string coup UCI non reconnu ou illegal: xx\n");
+    EXPECT_EQ(board.fen(), "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq e6 0 1");
+
+    run(board, "position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8", io);
+    EXPECT_EQ(io.err(), "info string coup UCI non reconnu ou illegal: b7b8\n");
+    run(board, "position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8q", io);
+    EXPECT_EQ(board.fen(), "1Q2k3/8/8/8/8/8/8/4K3 b - - 0 1");
+
+    run(board, "position fen rnbqkbnr/ppppxppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1", io);
+    EXPECT_EQ(io.err(), "info string EXCEPTION pendant position: FEN invalide: piece inconnue\n");
+    EXPECT_EQ(position_problem(board), "");  // never left half set
+
+    run(board, "position fen 8/8/8/8/8/8/8/8 w - - 0 1", io);
+    EXPECT_NE(io.err().find("info string EXCEPTION pendant position: FEN invalide: "), std::string::npos);
+    EXPECT_EQ(board.fen(), StartFen);
+
+    run(board, "position fen 4k3/8/8/8/8/8/8/4K3 w - - 0 1", io);
+    run(board, "position sideways", io);  // an unknown form changes nothing
+    EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 0 1");
+}
+
+TEST(UciLoop, BoardPrintAndNewGame) {
+    Board board;
+    test::CapturedStreams io;
+    run(board, "position startpos moves e2e4", io);
+    run(board, "d", io);
+    EXPECT_EQ(io.out(),
+              "8 r n b q k b n r \n7 p p p p p p p p \n6 . . . . . . . . \n5 . . . . . . . . \n"
+              "4 . . . . P . . . \n3 . . . . . . . . \n2 P P P P . P P P \n1 R N B Q K B N R \n"
+              "  a b c d e f g h\ntrait: noirs\nFEN: rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1\n");
+    run(board, "ucinewgame", io);
+    EXPECT_EQ(board.fen(), StartFen);
+    run(board, "go perft 2", io);
+    EXPECT_NE(io.out().find("Nodes searched: 400"), std::string::npos);
+}
+
+TEST(UciLoop, SetoptionParsing) {
+    Board board;
+    test::CapturedStreams io;
+    run(board, "setoption name No Such Option value 3", io);
+    EXPECT_EQ(io.err(), "info string option inconnue: No Such Option\n");
+}
+
+TEST(UciLoop, RandomInputNeverEndsTheProcess) {
+    // Commands built from protocol words, numbers, FEN fragments and junk.
+    const char* words[] = {"uci", "isready", "position", "startpos", "fen", "moves", "go", "perft", "depth",
+                           "setoption", "name", "value", "Hash", "d", "print", "ucinewgame", "stop", "e2e4",
+                           "e7e8q", "e1g1", "a7a8n", "8/8/8", "k7/8/8/8/8/8/8/7K", "rnbqkbnr/pppppppp", "w", "b",
+                           "-", "KQkq", "e3", "0", "1", "99999999999999999999", "-5", "<empty>", "\t", "/", "x"};
+    std::mt19937_64 rng(5);
+    Board board;
+    test::CapturedStreams io;
+    for (int i = 0; i < 3000; ++i) {
+        std::string line;
+        const int count = static_cast<int>(rng() % 12);
+        for (int t = 0; t < count; ++t) {
+            if (rng() % 5 == 0) {
+                for (int c = static_cast<int>(rng() % 8); c > 0; --c) line += static_cast<char>(rng() % 256);
+            } else {
+                line += words[rng() % std::size(words)];
+            }
+            line += ' ';
+        }
+        // Only shallow perfts, so that the test stays fast.
+        if (line.find("perft") != std::string::npos) line = "go perft " + std::to_string(rng() % 3);
+        if (line.rfind("quit", 0) == 0) continue;
+        execute_uci_command(board, line);
+        ASSERT_EQ(position_problem(board), "") << line;
+        io.clear();
+    }
+    execute_uci_command(board, std::string(1 << 20, 'e'));
+    execute_uci_command(board, "position fen " + std::string(1 << 16, '8'));
+    execute_uci_command(board, "go perft notanumber");
+    EXPECT_EQ(position_problem(board), "");
+}
+
+TEST(UciLoop, RandomFensNeverCorruptTheBoard) {
+    const std::string alphabet = "pnbrqkPNBRQK12345678/ wb-KQkqabcdefgh0123456789";
+    std::mt19937_64 rng(11);
+    Board board;
+    for (int i = 0; i < 3000; ++i) {
+        std::string fen;
+        for (int c = static_cast<int>(rng() % 80); c > 0; --c) fen += alphabet[rng() % alphabet.size()];
+        try {
+            board.set_fen(fen);
+            ASSERT_EQ(board.key(), board.compute_key());
+            Board reread;
+            reread.set_fen(board.fen());
+            ASSERT_EQ(reread.fen(), board.fen());
+        } catch (const std::runtime_error&) {
+            // rejected: fine, as long as nothing was written off the board
+        }
+    }
+}
+
+TEST(CommandLine, IncompleteBatchRequestPrintsUsage) {
+    test::CapturedStreams io;
+    char prog[] = "morvane", sts[] = "--sts", file[] = "suite.epd", output[] = "--output", base[] = "r";
+    char* argv[] = {prog, sts, file, output, base};
+    EXPECT_EQ(run_command_line(5, argv), 1);
+    EXPECT_EQ(io.err().rfind("Usage: morvane --sts <fichier.epd> (--depth <N> | --movetime <ms>) --output "
+                             "<base_rapport> [--continue]\n  --depth et --movetime peuvent etre combines",
+                             0),
+              0u);
+}
