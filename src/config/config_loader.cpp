@@ -1,0 +1,189 @@
+#include "config/config_loader.h"
+
+#include <cmath>
+#include <fstream>
+#include <iostream>
+#include <sstream>
+#include <string_view>
+#include <unordered_map>
+
+namespace morvane {
+
+namespace {
+
+// Base-10 integer with the standard conversion's leniency: leading blanks
+// and sign, trailing characters ignored ("12abc" is 12), nothing out of the
+// 32-bit range.
+bool parse_int(const std::string& token, int& value) {
+    try {
+        std::size_t used = 0;
+        value = std::stoi(token, &used, 10);
+        return true;
+    } catch (const std::exception&) {
+        return false;
+    }
+}
+
+std::vector<std::string> read_tokens(std::istream& in) {
+    std::vector<std::string> tokens;
+    std::string line, token;
+    while (std::getline(in, line)) {
+        std::istringstream words(line.substr(0, line.find('#')));
+        while (words >> token) tokens.push_back(token);
+    }
+    return tokens;
+}
+
+struct Bound {
+    int EngineConfig::*field;
+    const char* name;
+    int bound;
+    bool upper;
+};
+
+// Values below which (or, once, above which) the engine would misbehave:
+// zero piece values, negative depths, an empty aspiration window.
+constexpr Bound Bounds[] = {
+    {&EngineConfig::material_pawn, "material_pawn", 1, false},
+    {&EngineConfig::material_knight, "material_knight", 1, false},
+    {&EngineConfig::material_bishop, "material_bishop", 1, false},
+    {&EngineConfig::material_rook, "material_rook", 1, false},
+    {&EngineConfig::material_queen, "material_queen", 1, false},
+    {&EngineConfig::rfp_max_depth, "rfp_max_depth", 0, false},
+    {&EngineConfig::futility_max_depth, "futility_max_depth", 0, false},
+    {&EngineConfig::razor_max_depth, "razor_max_depth", 0, false},
+    {&EngineConfig::lmr_min_depth, "lmr_min_depth", 0, false},
+    {&EngineConfig::lmr_min_move_index, "lmr_min_move_index", 0, false},
+    {&EngineConfig::iir_min_depth, "iir_min_depth", 0, false},
+    {&EngineConfig::null_move_reduction, "null_move_reduction", 0, false},
+    {&EngineConfig::aspiration_initial_delta, "aspiration_initial_delta", 1, false},
+    {&EngineConfig::king_danger_no_queen_reduction_pct, "king_danger_no_queen_reduction_pct", 0, false},
+    {&EngineConfig::king_danger_no_queen_reduction_pct, "king_danger_no_queen_reduction_pct", 100, true},
+    {&EngineConfig::king_danger_scale_mg_pct, "king_danger_scale_mg_pct", 0, false},
+    {&EngineConfig::king_danger_scale_eg_pct, "king_danger_scale_eg_pct", 0, false},
+    {&EngineConfig::threat_see_penalty_pct, "threat_see_penalty_pct", 0, false},
+    {&EngineConfig::hanging_piece_penalty_pct, "hanging_piece_penalty_pct", 0, false},
+    {&EngineConfig::opposite_bishop_scale_pct, "opposite_bishop_scale_pct", 0, false},
+};
+
+void enforce_bounds(const std::string& path, EngineConfig& config) {
+    int corrections = 0;
+    for (const Bound& b : Bounds) {
+        int& value = config.*b.field;
+        if (b.upper ? value <= b.bound : value >= b.bound) continue;
+        std::cerr << "info string " << path << " : \"" << b.name << "\" = " << value << " hors bornes, ramene a "
+                  << b.bound << '\n';
+        value = b.bound;
+        ++corrections;
+    }
+    if (corrections)
+        std::cerr << "info string " << path << " : " << corrections
+                  << " valeur(s) ramenee(s) a une borne minimale\n";
+}
+
+}  // namespace
+
+void rescale_to_pawn_100(EngineConfig& config) {
+    // Search and time parameters, ordering scores, ratios and depths are not
+    // centipawns and keep their values.
+    static const std::vector<std::string_view> searchPrefixes = {
+        "null_move_", "rfp_", "futility_", "razor_", "lmr_", "iir_",
+        "aspiration_", "singular_", "lmp_", "time_", "lazy_eval_"};
+    static const std::vector<std::string_view> searchExactNames = {
+        "capture_margin_low", "capture_margin_high", "capture_margin_value_threshold", "countermove_bonus_score",
+        "recapture_bonus", "recapture_bonus_disabled_in_opening", "king_threat_bonus_score",
+        "king_threat_bonus_score_heavy_noncheck", "king_threat_bonus_light_v13",
+        "king_threat_bonus_score_zone_imbalance", "king_threat_bonus_score_middlegame_check",
+        "king_threat_bonus_score_middlegame_check_v10", "king_threat_malus_v11",
+        "king_threat_material_imbalance_threshold"};
+    static const std::vector<std::string_view> tunableButNotCp = {
+        "hanging_piece_penalty_pct", "king_danger_xray_divisor", "king_danger_no_queen_reduction_pct",
+        "king_danger_scale_mg_pct", "king_danger_scale_eg_pct", "threat_see_penalty_pct",
+        "opposite_bishop_scale_pct", "syzygy_probe_depth"};
+
+    auto listed = [](const std::vector<std::string_view>& list, std::string_view name) {
+        for (std::string_view entry : list)
+            if (entry == name) return true;
+        return false;
+    };
+    auto has_search_prefix = [&](std::string_view name) {
+        for (std::string_view prefix : searchPrefixes)
+            if (name.substr(0, prefix.size()) == prefix) return true;
+        return false;
+    };
+
+    const double factor = 100.0 / config.material_pawn;
+    int rescaled = 0;
+    for (const ConfigField& field : all_fields(config)) {
+        std::string_view name = field.name;
+        const bool isSwitch = name.size() >= 8 && name.substr(name.size() - 8) == "_enabled";
+        if (name == "material_pawn" || name == "auto_rescale_on_load" || has_search_prefix(name) || isSwitch ||
+            listed(searchExactNames, name) || listed(tunableButNotCp, name))
+            continue;
+        for (int i = 0; i < field.count; ++i)
+            field.ptr[i] = static_cast<int>(std::round(field.ptr[i] * factor));  // halves away from zero
+        ++rescaled;
+    }
+    config.material_pawn = 100;
+    std::cerr << "info string remise a l'echelle automatique appliquee (facteur=" << factor << ", " << rescaled
+              << " champs)\n";
+}
+
+bool load_config(const std::string& path, EngineConfig& config) {
+    std::ifstream file(path);
+    if (!file) return false;
+    const std::vector<std::string> tokens = read_tokens(file);
+
+    const std::vector<ConfigField> fields = all_fields(config);
+    std::unordered_map<std::string_view, const ConfigField*> byName;
+    for (const ConfigField& f : fields) byName.emplace(f.name, &f);
+
+    int loaded = 0, errors = 0;
+    std::vector<int> values;
+    for (std::size_t i = 0; i < tokens.size();) {
+        const auto it = byName.find(tokens[i]);
+        if (it == byName.end()) {
+            std::cerr << "info string " << path << " : cle inconnue ignoree \"" << tokens[i] << "\"\n";
+            ++i;
+            continue;
+        }
+        const ConfigField& field = *it->second;
+        const std::size_t n = static_cast<std::size_t>(field.count);
+        if (i + n >= tokens.size()) {
+            std::cerr << "info string " << path << " : valeurs manquantes pour \"" << field.name << "\" (attendu "
+                      << n << "), entree ignoree\n";
+            ++errors;
+            break;
+        }
+        values.clear();
+        for (std::size_t k = 1; k <= n; ++k) {
+            int v = 0;
+            if (!parse_int(tokens[i + k], v)) {
+                std::cerr << "info string " << path << " : valeur non entiere pour \"" << field.name << "\" (\""
+                          << tokens[i + k] << "\"), entree ignoree\n";
+                ++errors;
+                break;
+            }
+            values.push_back(v);
+        }
+        if (values.size() == n) {
+            std::copy(values.begin(), values.end(), field.ptr);
+            ++loaded;
+        }
+        i += n + 1;
+    }
+    std::cerr << "info string " << path << " charge (" << loaded << " entrees";
+    if (errors) std::cerr << ", " << errors << " erreurs ignorees";
+    std::cerr << ")\n";
+
+    enforce_bounds(path, config);
+    if (config.auto_rescale_on_load && config.material_pawn != 100) {
+        std::cerr << "info string " << path << " : auto_rescale_on_load actif, material_pawn="
+                  << config.material_pawn << " != 100\n";
+        rescale_to_pawn_100(config);
+    }
+    std::cerr << std::flush;
+    return true;
+}
+
+}  // namespace morvane

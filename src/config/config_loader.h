@@ -1,0 +1,18 @@
+// Reading a configuration file of named integer parameters into a record.
+#pragma once
+
+#include <string>
+
+#include "config/engine_config.h"
+
+namespace morvane {
+
+// False when the file cannot be opened (silently, record unchanged); true
+// otherwise, however many entries were bad. Every problem is reported on one
+// "info string" line of standard error and skipped.
+bool load_config(const std::string& path, EngineConfig& config);
+
+// Rescales every centipawn-valued key so that a pawn is worth exactly 100.
+void rescale_to_pawn_100(EngineConfig& config);
+
+}  // namespace morvane

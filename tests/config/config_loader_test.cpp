@@ -1,0 +1,121 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+#include <random>
+
+#include "config/check_options.h"
+#include "config/config_loader.h"
+#include "support/capture.h"
+
+using namespace morvane;
+
+namespace {
+
+class ConfigLoaderTest : public ::testing::Test {
+protected:
+    std::filesystem::path path = std::filesystem::temp_directory_path() /
+                                 ("morvane_cfg_test_" + std::to_string(::getpid()) + ".cfg");
+    EngineConfig config;
+    test::CapturedStreams io;
+
+    void TearDown() override { std::filesystem::remove(path); }
+
+    std::string load(const std::string& text) {
+        std::ofstream(path, std::ios::binary) << text;
+        io.clear();
+        EXPECT_TRUE(load_config(path.string(), config));
+        return io.err();
+    }
+    std::string p() const { return "info string " + path.string(); }
+};
+
+}  // namespace
+
+TEST_F(ConfigLoaderTest, EntriesSpanLinesAndCommentsAreSkipped) {
+    const std::string err = load("# tuned\nmaterial_pawn 90\nnull_move_reduction 3 rfp_enabled 0 # off\n");
+    EXPECT_EQ(err, p() + " charge (3 entrees)\n");
+    EXPECT_EQ(config.material_pawn, 90);
+    EXPECT_EQ(config.null_move_reduction, 3);
+    EXPECT_EQ(config.rfp_enabled, 0);
+
+    EXPECT_EQ(load("# nothing\n\n"), p() + " charge (0 entrees)\n");
+    EXPECT_FALSE(load_config("/nonexistent/dir/x.cfg", config));
+}
+
+TEST_F(ConfigLoaderTest, EachProblemHasItsMessage) {
+    EXPECT_EQ(load("bogus 5 material_rook 600\n"),
+              p() + " : cle inconnue ignoree \"bogus\"\n" + p() + " : cle inconnue ignoree \"5\"\n" + p() +
+                  " charge (1 entrees)\n");
+    EXPECT_EQ(config.material_rook, 600);
+
+    EXPECT_EQ(load("null_move_reduction x3\n"),
+              p() + " : valeur non entiere pour \"null_move_reduction\" (\"x3\"), entree ignoree\n" + p() +
+                  " charge (0 entrees, 1 erreurs ignorees)\n");
+    EXPECT_EQ(config.null_move_reduction, 3 - 1);  // unchanged default 2
+    load("null_move_reduction 3x\n");
+    EXPECT_EQ(config.null_move_reduction, 3);
+    load("rfp_margin_per_depth 99999999999\n");  // beyond 32 bits: not an integer
+    EXPECT_EQ(config.rfp_margin_per_depth, 90);
+
+    // Missing values stop the walk; what came before stays applied.
+    EXPECT_EQ(load("material_queen 900 pst_pawn_mg 1 2 3"),
+              p() + " : valeurs manquantes pour \"pst_pawn_mg\" (attendu 64), entree ignoree\n" + p() +
+                  " charge (1 entrees, 1 erreurs ignorees)\n");
+    EXPECT_EQ(config.material_queen, 900);
+    EXPECT_EQ(config.pst_pawn_mg[8], -6);
+}
+
+TEST_F(ConfigLoaderTest, BoundsAreEnforcedAfterLoading) {
+    EXPECT_EQ(load("material_pawn 0\n"), p() + " charge (1 entrees)\n" + p() +
+                                             " : \"material_pawn\" = 0 hors bornes, ramene a 1\n" + p() +
+                                             " : 1 valeur(s) ramenee(s) a une borne minimale\n");
+    EXPECT_EQ(config.material_pawn, 1);
+    load("king_danger_no_queen_reduction_pct 150 opposite_bishop_scale_pct 150 aspiration_initial_delta -4");
+    EXPECT_EQ(config.king_danger_no_queen_reduction_pct, 100);
+    EXPECT_EQ(config.opposite_bishop_scale_pct, 150);
+    EXPECT_EQ(config.aspiration_initial_delta, 1);
+}
+
+TEST_F(ConfigLoaderTest, RescalingToAHundredUnitPawn) {
+    const std::string err = load("auto_rescale_on_load 1 material_pawn 80\n");
+    EXPECT_NE(err.find(p() + " : auto_rescale_on_load actif, material_pawn=80 != 100\n"), std::string::npos);
+    EXPECT_NE(err.find("info string remise a l'echelle automatique appliquee (facteur=1.25, "), std::string::npos);
+    EXPECT_EQ(config.material_pawn, 100);
+    EXPECT_EQ(config.material_knight, 420);
+    EXPECT_EQ(config.pst_pawn_mg[8], -8);           // -7.5 rounds away from zero
+    EXPECT_EQ(config.lazy_eval_margin_min, 150);    // search-side prefix
+    EXPECT_EQ(config.null_move_reduction, 2);
+    EXPECT_EQ(config.threat_see_penalty_pct, 5);    // a ratio, not centipawns
+    EXPECT_EQ(config.mobility_enabled, 1);          // switches never scale
+    EXPECT_EQ(config.countermove_bonus_score, 850000);
+    EXPECT_EQ(config.kaufman_knight_per_pawn, 6);   // not reachable from files
+}
+
+TEST_F(ConfigLoaderTest, GarbageNeverCrashesNorTouchesUnnamedFields) {
+    std::mt19937_64 rng(3);
+    const EngineConfig defaults;
+    std::string bytes;
+    for (int i = 0; i < 200000; ++i) bytes += static_cast<char>(rng() % 256);
+    load(bytes);
+    EXPECT_EQ(std::memcmp(&config, &defaults, sizeof config), 0);
+
+    std::string many;
+    for (int i = 0; i < 10000; ++i) many += "material_rook " + std::to_string(500 + i % 7) + "\n";
+    EXPECT_NE(load(many).find("charge (10000 entrees)"), std::string::npos);
+    EXPECT_EQ(config.material_rook, 500 + 9999 % 7);
+    config.material_rook = defaults.material_rook;
+    EXPECT_EQ(std::memcmp(&config, &defaults, sizeof config), 0);
+}
+
+TEST(CheckOptions, TwentyFourSwitchesInListOrder) {
+    const auto options = check_options();
+    ASSERT_EQ(options.size(), 24u);
+    EXPECT_STREQ(options.front().name, "UseOutposts");
+    EXPECT_STREQ(options.back().name, "UseMinorityAttack");
+    for (const auto& o : options) {
+        EXPECT_EQ(std::strncmp(o.name, "Use", 3), 0);
+        EXPECT_EQ(o.field == nullptr, std::strcmp(o.name, "UsePruning") == 0) << o.name;
+    }
+}

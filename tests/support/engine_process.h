@@ -1,0 +1,126 @@
+// Runs the real engine executable as a child process and talks to it
+// through pipes, as a GUI or match manager would.
+#pragma once
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace morvane::test {
+
+class EngineProcess {
+public:
+    explicit EngineProcess(const std::vector<std::string>& args = {}, const char* exe = MORVANE_EXE) {
+        int toChild[2], fromChild[2];
+        if (pipe(toChild) != 0 || pipe(fromChild) != 0) return;
+        pid_ = fork();
+        if (pid_ == 0) {
+            dup2(toChild[0], STDIN_FILENO);
+            dup2(fromChild[1], STDOUT_FILENO);
+            const int devNull = open("/dev/null", O_WRONLY);
+            dup2(devNull, STDERR_FILENO);
+            close(toChild[1]);
+            close(fromChild[0]);
+            std::vector<char*> argv{const_cast<char*>(exe)};
+            for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
+            argv.push_back(nullptr);
+            execv(exe, argv.data());
+            _exit(127);
+        }
+        close(toChild[0]);
+        close(fromChild[1]);
+        in_ = toChild[1];
+        out_ = fromChild[0];
+        signal(SIGPIPE, SIG_IGN);
+    }
+
+    ~EngineProcess() {
+        close_input();
+        if (out_ >= 0) close(out_);
+        if (pid_ > 0 && !exited_) {
+            kill(pid_, SIGKILL);
+            waitpid(pid_, nullptr, 0);
+        }
+    }
+
+    EngineProcess(const EngineProcess&) = delete;
+    EngineProcess& operator=(const EngineProcess&) = delete;
+
+    void send(const std::string& line) {
+        const std::string text = line + "\n";
+        if (in_ >= 0) [[maybe_unused]] auto written = write(in_, text.data(), text.size());
+    }
+
+    void close_input() {
+        if (in_ >= 0) close(in_);
+        in_ = -1;
+    }
+
+    // Next line of standard output, or nothing when the timeout passes or
+    // the engine closed its output.
+    std::optional<std::string> read_line(int timeoutMs) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+        for (;;) {
+            if (const auto nl = buffer_.find('\n'); nl != std::string::npos) {
+                std::string line = buffer_.substr(0, nl);
+                buffer_.erase(0, nl + 1);
+                return line;
+            }
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
+                                                                                    std::chrono::steady_clock::now());
+            if (left.count() <= 0) return std::nullopt;
+            pollfd pfd{out_, POLLIN, 0};
+            if (poll(&pfd, 1, static_cast<int>(left.count())) <= 0) continue;
+            char chunk[4096];
+            const ssize_t n = read(out_, chunk, sizeof chunk);
+            if (n <= 0) return std::nullopt;
+            buffer_.append(chunk, static_cast<std::size_t>(n));
+        }
+    }
+
+    // Reads lines until one starts with prefix; returns it, or nothing.
+    std::optional<std::string> wait_for(const std::string& prefix, int timeoutMs,
+                                        std::vector<std::string>* seen = nullptr) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+        for (;;) {
+            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
+                                                                                    std::chrono::steady_clock::now());
+            if (left.count() <= 0) return std::nullopt;
+            auto line = read_line(static_cast<int>(left.count()));
+            if (!line) return std::nullopt;
+            if (seen) seen->push_back(*line);
+            if (line->rfind(prefix, 0) == 0) return line;
+        }
+    }
+
+    // Waits for the process to end; its exit status, or nothing on timeout.
+    std::optional<int> wait_exit(int timeoutMs) {
+        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
+        while (std::chrono::steady_clock::now() < deadline) {
+            int status = 0;
+            if (waitpid(pid_, &status, WNOHANG) == pid_) {
+                exited_ = true;
+                return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+            }
+            usleep(2000);
+        }
+        return std::nullopt;
+    }
+
+    bool started() const { return pid_ > 0; }
+
+private:
+    pid_t pid_ = -1;
+    int in_ = -1, out_ = -1;
+    bool exited_ = false;
+    std::string buffer_;
+};
+
+}  // namespace morvane::test
