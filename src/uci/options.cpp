@@ -1,5 +1,8 @@
 #include <iostream>
 
+#include "config/check_options.h"
+#include "config/config_loader.h"
+#include "search/search_flags.h"
 #include "uci/commands.h"
 
 namespace morvane {
@@ -12,10 +15,42 @@ std::string join_until(std::istringstream& in, const char* stop) {
     return joined;
 }
 
+bool check_value(const CheckOption& option) {
+    return option.field ? g_config.*option.field != 0 : g_pruningEnabled.load(std::memory_order_relaxed);
+}
+
+bool set_check_option(const std::string& name, const std::string& value) {
+    for (const CheckOption& option : check_options()) {
+        if (name != option.name) continue;
+        if (value != "true" && value != "false") {
+            std::cerr << "info string valeur booleenne invalide pour " << name << ": " << value << std::endl;
+            return true;
+        }
+        const bool on = value == "true";
+        if (option.field) g_config.*option.field = on ? 1 : 0;
+        else g_pruningEnabled.store(on, std::memory_order_relaxed);
+        return true;
+    }
+    return false;
+}
+
+void set_config_path(const std::string& value) {
+    if (value.empty()) {
+        std::cerr << "info string ConfigPath vide, ignore" << std::endl;
+        return;
+    }
+    const bool loaded = load_config(value, g_config);
+    std::cerr << (loaded ? "info string configuration rechargee depuis " : "info string impossible de charger la configuration depuis ")
+              << '"' << value << '"' << std::endl;
+}
+
 }  // namespace
 
 void print_options(std::ostream& out) {
     out << "option name Hash type spin default 16 min 1 max 2048\n";
+    for (const CheckOption& option : check_options())
+        out << "option name " << option.name << " type check default " << (check_value(option) ? "true" : "false")
+            << '\n';
     out << "option name SyzygyPath type string default <empty>\n";
     out << "option name ConfigPath type string default <empty>\n";
 }
@@ -26,7 +61,8 @@ void cmd_setoption(std::istringstream& rest) {
     const std::string name = join_until(rest, "value");
     std::string value = join_until(rest, "");
     if (value == "<empty>") value.clear();
-    std::cerr << "info string option inconnue: " << name << std::endl;
+    if (name == "ConfigPath") set_config_path(value);
+    else if (!set_check_option(name, value)) std::cerr << "info string option inconnue: " << name << std::endl;
 }
 
 }  // namespace morvane

@@ -3,6 +3,7 @@
 #include <iostream>
 #include <sstream>
 
+#include "config/config_loader.h"
 #include "uci/commands.h"
 
 namespace morvane {
@@ -73,6 +74,7 @@ bool dispatch(Board& board, const std::string& command, std::istringstream& toke
 
 void uci_loop(std::istream& in) {
     Board board;
+    load_config("Morvane047.cfg", g_config);  // optional: a missing file is not reported
     std::string line;
     while (std::getline(in, line))
         if (!execute_uci_command(board, line)) break;

@@ -2,7 +2,9 @@
 
 #include <random>
 
+#include "config/engine_config.h"
 #include "core/position_check.h"
+#include "search/search_flags.h"
 #include "support/capture.h"
 #include "uci/command_line.h"
 #include "uci/uci_loop.h"
@@ -73,11 +75,31 @@ TEST(UciLoop, BoardPrintAndNewGame) {
     EXPECT_NE(io.out().find("Nodes searched: 400"), std::string::npos);
 }
 
-TEST(UciLoop, SetoptionParsing) {
+TEST(UciLoop, SetoptionSwitchesAndConfigPath) {
     Board board;
     test::CapturedStreams io;
     run(board, "setoption name No Such Option value 3", io);
     EXPECT_EQ(io.err(), "info string option inconnue: No Such Option\n");
+
+    run(board, "setoption name UseMobility value false", io);
+    EXPECT_EQ(g_config.mobility_enabled, 0);
+    run(board, "uci", io);
+    EXPECT_NE(io.out().find("option name UseMobility type check default false\n"), std::string::npos);
+    EXPECT_NE(io.out().find("option name UseOutposts type check default true\n"), std::string::npos);
+    run(board, "setoption name UseMobility value yes", io);
+    EXPECT_EQ(io.err(), "info string valeur booleenne invalide pour UseMobility: yes\n");
+    EXPECT_EQ(g_config.mobility_enabled, 0);
+    run(board, "setoption name UseMobility value true", io);
+    EXPECT_EQ(g_config.mobility_enabled, 1);
+    run(board, "setoption name UsePruning value false", io);
+    EXPECT_FALSE(g_pruningEnabled.load());
+    run(board, "setoption name UsePruning value true", io);
+    EXPECT_TRUE(g_pruningEnabled.load());
+
+    run(board, "setoption name ConfigPath value <empty>", io);
+    EXPECT_EQ(io.err(), "info string ConfigPath vide, ignore\n");
+    run(board, "setoption name ConfigPath value /no/such/file.cfg", io);
+    EXPECT_EQ(io.err(), "info string impossible de charger la configuration depuis \"/no/such/file.cfg\"\n");
 }
 
 TEST(UciLoop, RandomInputNeverEndsTheProcess) {

@@ -1,0 +1,11 @@
+#include "search/search_flags.h"
+
+namespace morvane {
+
+std::atomic<bool> g_stopRequested{false};
+std::atomic<bool> g_abort{false};
+std::atomic<bool> g_hasDeadline{false};
+std::atomic<std::chrono::steady_clock::time_point> g_deadline{};
+std::atomic<bool> g_pruningEnabled{true};
+
+}  // namespace morvane
