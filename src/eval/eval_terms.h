@@ -1,0 +1,50 @@
+// The working state of one evaluation and the terms that add into it. Each
+// term adds to the side it favours: White's terms to White's accumulators.
+#pragma once
+
+#include "config/engine_config.h"
+#include "core/board.h"
+
+namespace morvane {
+
+struct PieceAttacks {
+    Square square[16];
+    Bitboard attacks[16];
+    int count;
+};
+
+struct EvalState {
+    const Board& board;
+    const PawnEntry* pawns = nullptr;  // probed only once the first lazy exit is passed
+    int mg[2] = {0, 0};
+    int eg[2] = {0, 0};
+    int phase = 0;
+    int value[7] = {0, 0, 0, 0, 0, 0, 0};  // piece values of this call, by type
+    // Filled by the mobility pass, read by king safety and threats.
+    Bitboard attackMap[2] = {0, 0};
+    Bitboard attacksByType[2][7] = {};
+    PieceAttacks pieceAttacks[2][7] = {};
+
+    explicit EvalState(const Board& b) : board(b) {}
+
+    void add(Color c, int mgValue, int egValue) {
+        mg[c] += mgValue;
+        eg[c] += egValue;
+    }
+    Bitboard pieces(Color c, int type) const { return board.pieces[c][type]; }
+};
+
+const PawnEntry& probe_pawn_entry(const Board& board);
+
+void apply_pawn_structure(EvalState& s);
+void apply_mobility(EvalState& s);
+void apply_king_safety(EvalState& s);
+void apply_piece_pairs(EvalState& s);
+void apply_imbalances(EvalState& s);
+void apply_threats(EvalState& s);
+void apply_pins(EvalState& s);
+void apply_extended_threats(EvalState& s);
+void apply_outposts_and_files(EvalState& s);
+void apply_space(EvalState& s);
+
+}  // namespace morvane

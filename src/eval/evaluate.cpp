@@ -1,0 +1,159 @@
+#include "eval/evaluate.h"
+
+#include <algorithm>
+
+#include "eval/eval_terms.h"
+
+namespace morvane {
+
+std::uint64_t g_evalCallCount = 0;
+std::uint64_t g_lazyTier1FireCount = 0;
+std::uint64_t g_lazyTier2FireCount = 0;
+
+namespace {
+
+constexpr int PhaseWeight[7] = {0, 0, 1, 1, 2, 4, 0};
+
+const int* pst_mg(const EngineConfig& c, int type) {
+    switch (type) {
+        case PAWN: return c.pst_pawn_mg;
+        case KNIGHT: return c.pst_knight_mg;
+        case BISHOP: return c.pst_bishop_mg;
+        case ROOK: return c.pst_rook_mg;
+        case QUEEN: return c.pst_queen_mg;
+        default: return c.pst_king_mg;
+    }
+}
+
+const int* pst_eg(const EngineConfig& c, int type) {
+    switch (type) {
+        case PAWN: return c.pst_pawn_eg;
+        case KNIGHT: return c.pst_knight_eg;
+        case BISHOP: return c.pst_bishop_eg;
+        case ROOK: return c.pst_rook_eg;
+        case QUEEN: return c.pst_queen_eg;
+        default: return c.pst_king_eg;
+    }
+}
+
+// Fewer pawns make knights weaker and bishops stronger.
+void set_piece_values(EvalState& s, int pawnCount) {
+    const EngineConfig& c = g_config;
+    s.value[PAWN] = c.material_pawn;
+    s.value[KNIGHT] = c.material_knight;
+    s.value[BISHOP] = c.material_bishop;
+    s.value[ROOK] = c.material_rook;
+    s.value[QUEEN] = c.material_queen;
+    if (c.kaufman_enabled) {
+        const int missing = c.kaufman_pawn_baseline - pawnCount;
+        s.value[KNIGHT] -= c.kaufman_knight_per_pawn * missing;
+        s.value[BISHOP] += c.kaufman_bishop_per_pawn * missing;
+    }
+}
+
+void add_material_and_tables(EvalState& s) {
+    int phaseSum = 0;
+    for (Color c : {WHITE, BLACK})
+        for (int type = PAWN; type <= KING; ++type) {
+            const int* mgTable = pst_mg(g_config, type);
+            const int* egTable = pst_eg(g_config, type);
+            const Bitboard set = s.pieces(c, type);
+            for (Bitboard b = set; b;) {
+                const Square sq = pop_lsb(b);
+                const int i = c == WHITE ? sq : sq ^ 56;
+                s.add(c, mgTable[i] + s.value[type], egTable[i] + s.value[type]);
+            }
+            phaseSum += PhaseWeight[type] * popcount(set);
+        }
+    s.phase = std::min(phaseSum, 24);
+}
+
+int blend(int mgDiff, int egDiff, int phase, Color side) {
+    const int score = (mgDiff * phase + egDiff * (24 - phase)) / 24;
+    return side == WHITE ? score : -score;
+}
+
+int blend_now(const EvalState& s) {
+    return blend(s.mg[WHITE] - s.mg[BLACK], s.eg[WHITE] - s.eg[BLACK], s.phase, s.board.side);
+}
+
+bool outside_window(int score, int alpha, int beta, int margin) {
+    return alpha - margin >= score || beta + margin <= score;
+}
+
+// Endgame pushed away from zero when pawns stand on both wings: the side
+// ahead has targets to work on everywhere.
+int apply_initiative(const Board& board, int egDiff) {
+    constexpr Bitboard QueenSide = 0x0F0F0F0F0F0F0F0FULL;
+    const Bitboard pawns = board.pieces[WHITE][PAWN] | board.pieces[BLACK][PAWN];
+    if (!g_config.initiative_enabled || !(pawns & QueenSide) || !(pawns & ~QueenSide)) return egDiff;
+    if (egDiff > 0) return egDiff + g_config.initiative_both_flanks_bonus;
+    if (egDiff < 0) return egDiff - g_config.initiative_both_flanks_bonus;
+    return egDiff;
+}
+
+// Bishops of opposite colours alone are notoriously drawish.
+int apply_opposite_bishops(const Board& board, int egDiff) {
+    if (!g_config.scale_factor_enabled) return egDiff;
+    auto lone_bishop = [&](Color c) {
+        return popcount(board.pieces[c][BISHOP]) == 1 &&
+               !(board.pieces[c][KNIGHT] | board.pieces[c][ROOK] | board.pieces[c][QUEEN]);
+    };
+    if (!lone_bishop(WHITE) || !lone_bishop(BLACK)) return egDiff;
+    const Square w = lsb(board.pieces[WHITE][BISHOP]), b = lsb(board.pieces[BLACK][BISHOP]);
+    if (((file_of(w) + rank_of(w)) & 1) == ((file_of(b) + rank_of(b)) & 1)) return egDiff;
+    return egDiff * g_config.opposite_bishop_scale_pct / 100;
+}
+
+}  // namespace
+
+int evaluate(const Board& board, int alpha, int beta) {
+    ++g_evalCallCount;
+    const EngineConfig& c = g_config;
+    const int pawnCount = popcount(board.pieces[WHITE][PAWN] | board.pieces[BLACK][PAWN]);
+
+    EvalState s(board);
+    set_piece_values(s, pawnCount);
+    add_material_and_tables(s);
+
+    const bool lazy = c.lazy_eval_enabled && s.phase >= c.lazy_eval_min_phase;
+    if (lazy && c.lazy_eval_tier1_enabled) {
+        const int partial = blend_now(s);
+        const int margin = c.lazy_eval_tier1_margin_min + (24 - s.phase) * c.lazy_eval_tier1_margin_per_missing_phase +
+                           (16 - pawnCount) * c.lazy_eval_tier1_margin_per_missing_pawn;
+        if (outside_window(partial, alpha, beta, margin)) {
+            ++g_lazyTier1FireCount;
+            return partial;
+        }
+    }
+
+    s.pawns = &probe_pawn_entry(board);
+    if (c.pawn_structure_enabled) apply_pawn_structure(s);
+
+    if (lazy && c.lazy_eval_tier2_enabled) {
+        const int partial = blend_now(s);
+        const int margin = c.lazy_eval_margin_min + (24 - s.phase) * c.lazy_eval_margin_per_missing_phase;
+        if (outside_window(partial, alpha, beta, margin)) {
+            ++g_lazyTier2FireCount;
+            return partial;
+        }
+    }
+
+    apply_mobility(s);
+    apply_king_safety(s);
+    apply_piece_pairs(s);
+    apply_imbalances(s);
+    apply_threats(s);
+    apply_pins(s);
+    apply_extended_threats(s);
+    apply_outposts_and_files(s);
+    apply_space(s);
+
+    const int mgDiff = s.mg[WHITE] - s.mg[BLACK];
+    int egDiff = s.eg[WHITE] - s.eg[BLACK];
+    egDiff = apply_initiative(board, egDiff);
+    egDiff = apply_opposite_bishops(board, egDiff);
+    return blend(mgDiff, egDiff, s.phase, board.side);
+}
+
+}  // namespace morvane
