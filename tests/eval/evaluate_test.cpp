@@ -1,0 +1,221 @@
+#include <gtest/gtest.h>
+
+#include "config/engine_config.h"
+#include "eval/evaluate.h"
+#include "search/see.h"
+#include "support/mirror.h"
+#include "support/test_positions.h"
+
+using namespace morvane;
+
+namespace {
+
+constexpr int Inf = 30001;
+
+// Restores the global parameters after a test changes them.
+class EvalTest : public ::testing::Test {
+protected:
+    EngineConfig saved = g_config;
+    Board board;
+    void TearDown() override { g_config = saved; }
+
+    int eval(const char* fen) {
+        board.set_fen(fen);
+        return evaluate(board, -Inf, Inf);
+    }
+    // Score change (side to move's view) when a switch is turned off.
+    int contribution(const char* fen, int EngineConfig::*field) {
+        const int on = eval(fen);
+        const int old = g_config.*field;
+        g_config.*field = 0;
+        const int off = eval(fen);
+        g_config.*field = old;
+        return on - off;
+    }
+    // Expected blended score for a (mg, eg) amount at the board's phase.
+    static int blended(int mg, int eg, int phase) { return (mg * phase + eg * (24 - phase)) / 24; }
+};
+
+}  // namespace
+
+TEST_F(EvalTest, ColourMirrorScoresTheSame) {
+    std::mt19937_64 rng(17);
+    Board mirrored;
+    int checked = 0, tieBroken = 0;
+    for (int lazy = 0; lazy < 2; ++lazy) {
+        g_config.lazy_eval_enabled = lazy;
+        g_config.lazy_eval_tier1_enabled = lazy;
+        for (int game = 0; game < 60; ++game) {
+            board.set_fen(test::PerftFens[game % 6]);
+            for (int ply = 0; ply < 80; ++ply) {
+                ScoredMove moves[MAX_MOVES];
+                const int n = generate_legal(board, moves, false);
+                if (n == 0) break;
+                board.do_move(moves[rng() % n].move);
+                mirrored.set_fen(test::mirror_fen(board.fen()));
+                const int alpha = static_cast<int>(rng() % 600) - 300;
+                if (evaluate(board, alpha, alpha + 50) != evaluate(mirrored, alpha, alpha + 50)) {
+                    // The exchange threats pick the lowest-numbered of two
+                    // equally cheap attackers, which is not colour-blind; that
+                    // must be the only source of a difference.
+                    g_config.threat_see_enabled = 0;
+                    ASSERT_EQ(evaluate(board, alpha, alpha + 50), evaluate(mirrored, alpha, alpha + 50))
+                        << board.fen();
+                    g_config.threat_see_enabled = 1;
+                    ++tieBroken;
+                }
+                ++checked;
+            }
+        }
+    }
+    EXPECT_GT(checked, 5000);
+    EXPECT_LT(tieBroken * 20, checked);
+}
+
+TEST_F(EvalTest, StartPositionIsBalancedAndLazyExitsFire) {
+    g_config.lazy_eval_tier1_enabled = 1;
+    EXPECT_EQ(eval(StartFen), 0);
+    const std::uint64_t tier1 = g_lazyTier1FireCount;
+    board.set_fen(StartFen);
+    EXPECT_EQ(evaluate(board, 2000, 2001), 0);  // far below the window: partial score
+    EXPECT_EQ(g_lazyTier1FireCount, tier1 + 1);
+    g_config.lazy_eval_tier1_enabled = 0;
+    const std::uint64_t tier2 = g_lazyTier2FireCount;
+    evaluate(board, 2000, 2001);
+    EXPECT_EQ(g_lazyTier2FireCount, tier2 + 1);
+    // Phase 0 (kings and pawns): never lazy.
+    board.set_fen("4k3/pppp4/8/8/8/8/PPPP4/4K3 w - - 0 1");
+    const std::uint64_t before = g_lazyTier2FireCount;
+    evaluate(board, 2000, 2001);
+    EXPECT_EQ(g_lazyTier2FireCount, before);
+}
+
+TEST_F(EvalTest, PawnCountAdjustsMinorPieces) {
+    // Material only: switch every term off, compare a knight against nothing.
+    const char* withKnight = "4k3/8/8/8/8/8/8/1N2K3 w - - 0 1";
+    const char* bare = "4k3/8/8/8/8/8/8/4K3 w - - 0 1";
+    const int pstMg = g_config.pst_knight_mg[1], pstEg = g_config.pst_knight_eg[1];
+    g_config.mobility_enabled = 0;
+    g_config.threats_extended_enabled = 0;
+    g_config.king_danger_enabled = 0;
+    g_config.king_shelter_enabled = 0;
+    // Phase 1 with one knight: blend of mg and eg.
+    EXPECT_EQ(eval(withKnight) - eval(bare), blended(240 + pstMg, 240 + pstEg, 1));
+    g_config.kaufman_enabled = 0;
+    EXPECT_EQ(eval(withKnight) - eval(bare), blended(336 + pstMg, 336 + pstEg, 1));
+}
+
+TEST_F(EvalTest, OppositeBishopsScaleTheEndgame) {
+    const char* opposite = "4k1b1/p7/8/8/8/8/PP6/2B1K3 w - - 0 1";  // c1 dark, g8 light
+    const int scaled = eval(opposite);
+    g_config.scale_factor_enabled = 0;
+    const int unscaled = eval(opposite);
+    EXPECT_LT(std::abs(scaled), std::abs(unscaled));
+    g_config.scale_factor_enabled = 1;
+    const char* same = "4kb2/p7/8/8/8/8/PP6/2B1K3 w - - 0 1";  // f8 dark like c1
+    const int sameOn = eval(same);
+    g_config.scale_factor_enabled = 0;
+    EXPECT_EQ(eval(same), sameOn);
+}
+
+TEST_F(EvalTest, TermsMatchTheirWorkedAmounts) {
+    // Pawn threats: e4 pawn hits d5 knight and f5 rook: 17 + 4 for White.
+    const char* threats = "4k3/8/8/3n1r2/4P3/8/8/4K3 w - - 0 1";
+    board.set_fen(threats);
+    g_config.threat_see_enabled = 0;
+    g_config.hanging_piece_penalty_pct = 0;
+    EXPECT_EQ(contribution(threats, &EngineConfig::threats_enabled), 21);
+
+    // Pin: bishop b5 pins knight c6 to the king e8: 17 / 54 for White.
+    const char* pin = "4k3/8/2n5/1B6/8/8/8/4K3 w - - 0 1";
+    board.set_fen(pin);
+    // Differences of truncated blends may be one off the blended amount.
+    EXPECT_NEAR(contribution(pin, &EngineConfig::pins_enabled), blended(17, 54, 2), 1);
+
+    // Imbalance: rook + bishop + 3 pawns against queen + 5 pawns.
+    const char* imbalance = "3qk3/pppp1p2/8/8/8/8/PPP5/1B2K2R w - - 0 1";
+    board.set_fen(imbalance);
+    g_config.imbalance_rook_bishop_vs_queen_mg = 0;
+    g_config.imbalance_rook_bishop_vs_queen_eg = 0;
+    const int without = eval(imbalance);
+    g_config.imbalance_rook_bishop_vs_queen_mg = 2;
+    g_config.imbalance_rook_bishop_vs_queen_eg = -59;
+    EXPECT_NEAR(eval(imbalance) - without, blended(2, -59, 7), 1);
+}
+
+TEST_F(EvalTest, WeightChangesApplyAtOnceThroughTheCachedPawnEntry) {
+    const char* doubled = "4k3/8/8/8/8/4P3/4P3/4K3 w - - 0 1";
+    const int before = eval(doubled);
+    g_config.doubled_pawn_penalty_eg += 50;
+    EXPECT_EQ(eval(doubled), before - 50);  // phase 0: endgame weight only
+}
+
+TEST_F(EvalTest, KingSafetyPunishesExposedKings) {
+    struct Pair {
+        const char* exposed;
+        const char* safe;
+    };
+    // Same material; in the first of each pair the white king is open or attacked.
+    const Pair pairs[] = {
+        {"r4rk1/ppp2ppp/8/8/8/8/PPP2PPP/R4RK1 w - - 0 1", "r4rk1/ppp2ppp/8/8/8/8/PPP2PPP/R4RK1 w - - 0 1"},
+        {"r1b2rk1/ppp2ppp/8/8/5n2/6q1/PPP2P1P/R4RK1 w - - 0 1", "r1b2rk1/ppp2ppp/2n5/8/8/q7/PPP2PPP/R4RK1 w - - 0 1"},
+        {"r4rk1/ppp5/8/8/6pp/8/PPP2PPP/R4RK1 w - - 0 1", "r4rk1/ppp3pp/8/8/8/8/PPP2PPP/R4RK1 w - - 0 1"},
+    };
+    for (size_t i = 1; i < std::size(pairs); ++i) EXPECT_LT(eval(pairs[i].exposed), eval(pairs[i].safe)) << i;
+
+    // Every king-safety weight moves the score of some position: positions
+    // from random play, where kings get exposed in every possible way.
+    std::vector<std::string> positions = {"6k1/5ppp/8/6P1/4PP2/8/8/3Q2K1 w - - 0 1"};  // rookless chain storm
+    std::mt19937_64 rng(8);
+    for (int game = 0; game < 60; ++game) {
+        board.set_fen(test::PerftFens[game % 6]);
+        test::play_random_moves(board, rng, 10 + game % 30);
+        positions.push_back(board.fen());
+    }
+    int EngineConfig::*fields[] = {
+        &EngineConfig::king_shelter_bonus_per_pawn, &EngineConfig::king_open_file_penalty,
+        &EngineConfig::king_storm_penalty_base, &EngineConfig::king_storm_penalty_per_rank_away,
+        &EngineConfig::chain_storm_bonus_base, &EngineConfig::chain_storm_bonus_per_rank_away,
+        &EngineConfig::chain_storm_no_queen_reduction_pct, &EngineConfig::chain_storm_no_rook_reduction_pct,
+        &EngineConfig::king_safety_no_queen_blocked_reduction_pct, &EngineConfig::minority_attack_bonus_per_rank_mg,
+        &EngineConfig::minority_attack_bonus_per_rank_eg, &EngineConfig::king_danger_weight_knight,
+        &EngineConfig::king_danger_weight_bishop, &EngineConfig::king_danger_weight_rook,
+        &EngineConfig::king_danger_weight_queen, &EngineConfig::king_danger_xray_divisor,
+        &EngineConfig::king_danger_safe_check_knight, &EngineConfig::king_danger_safe_check_bishop,
+        &EngineConfig::king_danger_safe_check_rook, &EngineConfig::king_danger_safe_check_queen,
+        &EngineConfig::king_danger_deflection_bonus, &EngineConfig::king_danger_no_queen_reduction_pct,
+        &EngineConfig::king_danger_scale_mg_pct, &EngineConfig::king_danger_scale_eg_pct,
+    };
+    for (size_t f = 0; f < std::size(fields); ++f) {
+        auto field = fields[f];
+        bool moved = false;
+        for (const std::string& fen : positions) {
+            const int before = eval(fen.c_str());
+            const int old = g_config.*field;
+            g_config.*field = old * 3 + 7;
+            moved = moved || eval(fen.c_str()) != before;
+            g_config.*field = old;
+        }
+        EXPECT_TRUE(moved) << "king-safety field #" << f << " changes no score";
+    }
+}
+
+TEST(See, ExchangeSequences) {
+    Board board;
+    auto see_of = [&](const char* fen, Square from, Square to, int flag = FLAG_NORMAL, int promo = 0) {
+        board.set_fen(fen);
+        return see(board, make_move(from, to, flag, promo));
+    };
+    // Pawn takes a knight defended by a pawn: knight - pawn.
+    EXPECT_EQ(see_of("4k3/8/2p5/3n4/4P3/8/8/4K3 w - - 0 1", 28, 35), 336 - 100);
+    // Undefended piece: its value; queen takes a pawn defended by a pawn.
+    EXPECT_EQ(see_of("4k3/8/8/3r4/8/8/8/3QK3 w - - 0 1", 3, 35), 503);
+    EXPECT_EQ(see_of("4k3/8/2p5/3p4/8/8/8/3QK3 w - - 0 1", 3, 35), 100 - 1005);
+    // Quiet promotion: 0; capture-promotion counts the promotion gain.
+    EXPECT_EQ(see_of("4k3/P7/8/8/8/8/8/4K3 w - - 0 1", 48, 56, FLAG_PROMOTION, 3), 0);
+    EXPECT_EQ(see_of("1r2k3/P7/8/8/8/8/8/4K3 w - - 0 1", 48, 57, FLAG_PROMOTION, 3), 503 + 1005 - 100);
+    // En passant lifts the captured pawn: the rook behind joins in (x-ray).
+    EXPECT_EQ(see_of("4k3/8/8/r2pP2R/8/8/8/4K3 w - d6 0 1", 36, 43, FLAG_EN_PASSANT), 100);
+    // X-ray: rooks doubled against a defended rook.
+    EXPECT_EQ(see_of("3rk3/3r4/8/8/8/8/3R4/3RK3 w - - 0 1", 11, 51), 0);
+}
