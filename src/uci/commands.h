@@ -14,7 +14,14 @@ void cmd_go(Board& board, std::istringstream& rest);
 void print_options(std::ostream& out);
 void print_board(const Board& board, std::ostream& out);
 
-// Joins a finished or stopped search thread; does nothing when none runs.
+struct SearchLimits;
+struct SearchResult;
+
+// Starts the one search thread on the loop's own board.
+void start_search_async(Board& board, const SearchLimits& limits);
+void print_info_line(const SearchResult& r);
+
+// Stops a running search and joins its thread; does nothing when none runs.
 void stop_and_join_search();
 
 }  // namespace morvane

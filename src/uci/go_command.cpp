@@ -1,27 +1,105 @@
+#include <charconv>
+#include <cstdint>
 #include <iostream>
+#include <string>
 
+#include "core/notation.h"
 #include "movegen/movegen.h"
+#include "search/search.h"
+#include "search/search_flags.h"
 #include "uci/commands.h"
 #include "uci/uci_loop.h"
 
 namespace morvane {
+
+namespace {
+
+// A keyword whose value is not a number is reported and skipped; the rest
+// of the command still applies, so a GUI always gets its bestmove.
+template <typename T>
+bool read_number(std::istringstream& in, const std::string& keyword, T& value) {
+    std::string token;
+    if (!(in >> token)) return false;
+    T parsed{};
+    const auto [end, ec] = std::from_chars(token.data(), token.data() + token.size(), parsed);
+    if (ec != std::errc{} || end == token.data()) {
+        std::cerr << "info string valeur invalide pour " << keyword << ": " << token << std::endl;
+        return false;
+    }
+    value = parsed;
+    return true;
+}
+
+void print_bestmove(Move best) {
+    std::cout << "bestmove " << (best ? move_to_uci(best) : std::string("0000")) << std::endl;
+}
+
+// The search thread's whole life: search, answer, and mark itself done.
+void search_thread_body(Board& board, SearchLimits limits) {
+    try {
+        print_bestmove(iterative_deepening(board, limits, print_info_line).best_move);
+    } catch (...) {
+        try {
+            throw;
+        } catch (const std::exception& e) {
+            std::cerr << "info string EXCEPTION pendant la recherche: " << e.what()
+                      << " -- repli sur le premier coup legal" << std::endl;
+        } catch (...) {
+            std::cerr << "info string EXCEPTION inconnue pendant la recherche -- repli sur le premier coup legal"
+                      << std::endl;
+        }
+        ScoredMove moves[MAX_MOVES] = {};
+        print_bestmove(generate_legal(board, moves, false) > 0 ? moves[0].move : NULL_MOVE);
+    }
+    g_searching.store(false, std::memory_order_relaxed);
+}
+
+}  // namespace
+
+void print_info_line(const SearchResult& r) {
+    const std::uint64_t nps = r.time_ms ? r.nodes * 1000 / r.time_ms : r.nodes;
+    std::string line = "info depth " + std::to_string(r.depth) + " score cp " + std::to_string(r.score) + " nodes " +
+                       std::to_string(r.nodes) + " nps " + std::to_string(nps) + " time " + std::to_string(r.time_ms) +
+                       " pv";
+    for (Move m : r.pv) line += ' ' + move_to_uci(m);
+    std::cout << line << std::endl;
+}
+
+void start_search_async(Board& board, const SearchLimits& limits) {
+    if (g_searchThread.joinable()) g_searchThread.join();
+    g_searching.store(true, std::memory_order_relaxed);
+    g_searchThread = std::thread(search_thread_body, std::ref(board), limits);
+}
 
 void cmd_go(Board& board, std::istringstream& rest) {
     if (g_searching.load(std::memory_order_relaxed)) {
         std::cerr << "info string recherche deja en cours, commande go ignoree" << std::endl;
         return;
     }
+    SearchLimits limits;
+    int perftDepth = -1;
+    bool perft = false;
     std::string token;
     while (rest >> token) {
-        if (token == "perft" && rest >> token) {
-            cmd_go_perft(board, std::stoi(token));
-            return;
-        }
+        if (token == "perft") perft = read_number(rest, token, perftDepth) || perft;
+        else if (token == "depth") read_number(rest, token, limits.depth);
+        else if (token == "wtime") read_number(rest, token, limits.wtime);
+        else if (token == "btime") read_number(rest, token, limits.btime);
+        else if (token == "winc") read_number(rest, token, limits.winc);
+        else if (token == "binc") read_number(rest, token, limits.binc);
+        else if (token == "movetime") read_number(rest, token, limits.movetime);
+        else if (token == "movestogo") read_number(rest, token, limits.movestogo);
     }
+    if (perft) {
+        cmd_go_perft(board, perftDepth);
+        return;
+    }
+    start_search_async(board, limits);
 }
 
 void stop_and_join_search() {
     if (!g_searching.load(std::memory_order_relaxed)) return;
+    g_stopRequested.store(true, std::memory_order_relaxed);
     if (g_searchThread.joinable()) g_searchThread.join();
 }
 

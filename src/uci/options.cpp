@@ -3,6 +3,7 @@
 #include "config/check_options.h"
 #include "config/config_loader.h"
 #include "search/search_flags.h"
+#include "search/tt.h"
 #include "uci/commands.h"
 
 namespace morvane {
@@ -61,7 +62,8 @@ void cmd_setoption(std::istringstream& rest) {
     const std::string name = join_until(rest, "value");
     std::string value = join_until(rest, "");
     if (value == "<empty>") value.clear();
-    if (name == "ConfigPath") set_config_path(value);
+    if (name == "Hash") set_hash_option(value);
+    else if (name == "ConfigPath") set_config_path(value);
     else if (!set_check_option(name, value)) std::cerr << "info string option inconnue: " << name << std::endl;
 }
 

@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "config/config_loader.h"
+#include "search/tt.h"
 #include "uci/commands.h"
 
 namespace morvane {
@@ -58,7 +59,10 @@ bool dispatch(Board& board, const std::string& command, std::istringstream& toke
     } else if (command == "position") {
         if (!refuse_while_searching("position ignoree")) cmd_position(board, tokens);
     } else if (command == "ucinewgame") {
-        if (!refuse_while_searching("ucinewgame ignoree")) board.set_fen(StartFen);
+        if (!refuse_while_searching("ucinewgame ignoree")) {
+            board.set_fen(StartFen);
+            tt_clear();
+        }
     } else if (command == "setoption") {
         if (!refuse_while_searching("setoption ignoree")) cmd_setoption(tokens);
     } else if (command == "d" || command == "print") {

@@ -1,0 +1,196 @@
+#include <algorithm>
+
+#include "config/engine_config.h"
+#include "movegen/movegen.h"
+#include "search/search.h"
+#include "search/search_flags.h"
+#include "search/tablebase_seam.h"
+#include "search/tt.h"
+
+namespace morvane {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr int Infinity = 30001;
+constexpr int MateBound = 29753;
+
+std::uint64_t elapsed_ms(Clock::time_point start) {
+    return static_cast<std::uint64_t>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
+}
+
+// Expected number of moves left to the time control, by game phase.
+int base_moves_to_go(const Board& b) {
+    const EngineConfig& c = g_config;
+    if (popcount(b.occupied) <= tablebase_largest_pieces() + c.time_syzygy_zone_margin) return c.time_movestogo_syzygy_zone;
+    int phase = 0;
+    for (Color side : {WHITE, BLACK})
+        phase += popcount(b.pieces[side][KNIGHT]) + popcount(b.pieces[side][BISHOP]) +
+                 2 * popcount(b.pieces[side][ROOK]) + 4 * popcount(b.pieces[side][QUEEN]);
+    phase = std::min(phase, 24);
+    const int moveNumber = b.ply / 2;
+    const int pawns = popcount(b.pieces[WHITE][PAWN] | b.pieces[BLACK][PAWN]);
+    if (phase >= c.time_phase_opening_min && moveNumber <= c.time_phase_opening_max_moves &&
+        pawns >= c.time_phase_opening_pawn_threshold)
+        return c.time_movestogo_opening;
+    return c.time_movestogo_middlegame;
+}
+
+Move initial_best_move(Board& board) {
+    ScoredMove moves[MAX_MOVES];
+    const int n = generate_legal(board, moves, false);
+    if (n == 0) return NULL_MOVE;
+    if (const TTEntry* e = g_tt.probe(board.key()))
+        for (int i = 0; i < n; ++i)
+            if (moves[i].move == e->move) return e->move;
+    return moves[0].move;
+}
+
+}  // namespace
+
+std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits) {
+    const EngineConfig& c = g_config;
+    if (limits.movetime >= 0) return limits.movetime;
+    if (limits.wtime < 0 && limits.btime < 0) return -1;
+    const std::int64_t t = std::max<std::int64_t>(board.side == WHITE ? limits.wtime : limits.btime, 0);
+    const std::int64_t inc = board.side == WHITE ? limits.winc : limits.binc;
+    const int base = base_moves_to_go(board);
+    const int moveNumber = board.ply / 2;
+    std::int64_t movesToGo = base;
+    if (limits.movestogo >= 1) movesToGo = limits.movestogo;
+    else if (moveNumber > c.time_long_game_threshold_moves) movesToGo = moveNumber - 60 + base;
+    std::int64_t alloc = inc + t / movesToGo - 50;
+    if (t < c.time_critical_increment_multiplier * inc)
+        alloc = std::max(alloc, std::max<std::int64_t>(inc - c.time_increment_safety_margin_ms, 10));
+    return std::min(std::max<std::int64_t>(t - 50, 10), std::max<std::int64_t>(alloc, 10));
+}
+
+SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta, RootScores* rootScores) {
+    SearchResult result;
+    result.depth = depth;
+    if (tablebase_root_probe(board, result)) {
+        result.depth = depth;
+        return result;
+    }
+    ScoredMove moves[MAX_MOVES];
+    const int count = generate_legal(board, moves, false);
+    if (count == 0) {
+        result.score = board.checkers() ? -MATE_SCORE : 0;
+        return result;
+    }
+    ctx.reset();
+    const TTEntry* tt = g_tt.probe(board.key());
+    score_moves(board, moves, count, ctx, 0, tt ? tt->move : NULL_MOVE, NULL_MOVE);
+
+    std::uint64_t nodes = 0;
+    int best = -Infinity;
+    const int alpha0 = alpha;
+    for (int i = 0; i < count; ++i) {
+        const Move m = moves[i].move;
+        const bool losingCapture = is_capture(board, m) && moves[i].see < 0;
+        board.do_move(m);
+        const Bitboard checkers = board.checkers();
+        const int ext = checkers && !more_than_one(checkers) && !losingCapture ? 1 : 0;
+        const int score = -negamax(board, depth - 1 + ext, -beta, -alpha, 1, nodes, ctx, ext, NULL_MOVE, false, m);
+        board.undo_move();
+        if (g_abort.load(std::memory_order_relaxed)) {
+            result.nodes = nodes;
+            return result;
+        }
+        if (rootScores) rootScores->emplace_back(m, score);
+        if (score > best) {
+            best = score;
+            result.best_move = m;
+            result.pv.assign(1, m);
+            result.pv.insert(result.pv.end(), ctx.pv[1], ctx.pv[1] + ctx.pvLength[1]);
+        }
+        alpha = std::max(alpha, score);
+        if (alpha >= beta) break;
+        if (rootScores && (score > MATE_SCORE || g_stopRequested.load(std::memory_order_relaxed))) break;
+    }
+    const int bound = best <= alpha0 ? BOUND_UPPER : best < beta ? BOUND_EXACT : BOUND_LOWER;
+    g_tt.store(board.key(), best, result.best_move, depth, bound, 0);
+    result.score = best;
+    result.nodes = nodes;
+    return result;
+}
+
+SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
+                                 const std::function<void(const SearchResult&)>& on_iteration) {
+    const auto start = Clock::now();
+    g_hasDeadline.store(false, std::memory_order_relaxed);
+    g_abort.store(false, std::memory_order_relaxed);
+    g_stopRequested.store(false, std::memory_order_relaxed);
+    const std::int64_t allowed = allocate_time_ms(board, limits);
+    if (allowed >= 0) {
+        g_deadline.store(start + std::chrono::milliseconds(allowed), std::memory_order_relaxed);
+        g_hasDeadline.store(true, std::memory_order_relaxed);
+    }
+
+    SearchResult best;
+    best.best_move = initial_best_move(board);
+    if (!best.best_move) best.score = board.checkers() ? -MATE_SCORE : 0;
+
+    static SearchContext ctx;  // large; one search at a time
+    const int maxDepth = limits.depth < 1 ? 64 : limits.depth;
+    bool completed = false;
+    std::uint64_t previousMs = 0;
+    for (int d = 1; d <= maxDepth; ++d) {
+        if (g_hasDeadline.load(std::memory_order_relaxed)) {
+            const auto now = Clock::now();
+            const auto deadline = g_deadline.load(std::memory_order_relaxed);
+            if (now >= deadline) break;
+            const auto leftMs = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
+            // An iteration costs a few times the previous one: do not start
+            // one that cannot finish.
+            if (d >= 2 && previousMs >= 1 &&
+                static_cast<std::int64_t>(g_config.time_predictive_growth_factor * previousMs) > leftMs) {
+                g_hasDeadline.store(false, std::memory_order_relaxed);
+                break;
+            }
+        }
+        const auto iterationStart = Clock::now();
+        SearchResult iteration;
+        std::uint64_t nodes = 0;
+        if (d > 1 && completed && std::abs(best.score) <= MateBound) {
+            const int p = best.score;
+            int delta = std::max(g_config.aspiration_initial_delta, 1);
+            int lo = std::max(p - delta, -Infinity), hi = std::min(p + delta, Infinity);
+            for (;;) {
+                iteration = search_root(board, ctx, d, lo, hi);
+                nodes += iteration.nodes;
+                if (g_abort.load(std::memory_order_relaxed)) break;
+                const int s = std::clamp(iteration.score, -MATE_SCORE, MATE_SCORE);
+                if (s <= lo) {
+                    delta += delta / 2 + 1;
+                    lo = std::max(p - delta, -Infinity);
+                } else if (s >= hi) {
+                    delta += delta / 2 + 1;
+                    hi = std::min(p + delta, Infinity);
+                } else {
+                    break;
+                }
+            }
+        } else {
+            iteration = search_root(board, ctx, d, -Infinity, Infinity);
+            nodes = iteration.nodes;
+        }
+        if (g_abort.load(std::memory_order_relaxed)) break;
+        iteration.nodes = nodes;
+        iteration.depth = d;
+        iteration.time_ms = elapsed_ms(start);
+        best = iteration;
+        completed = true;
+        previousMs = static_cast<std::uint64_t>(
+            std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - iterationStart).count());
+        if (on_iteration) on_iteration(best);
+        if (std::abs(best.score) > MateBound || !best.best_move) break;
+    }
+    g_hasDeadline.store(false, std::memory_order_relaxed);
+    if (!completed) best.time_ms = elapsed_ms(start);
+    return best;
+}
+
+}  // namespace morvane

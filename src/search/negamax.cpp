@@ -1,0 +1,247 @@
+#include <algorithm>
+#include <cmath>
+
+#include "config/engine_config.h"
+#include "eval/evaluate.h"
+#include "movegen/movegen.h"
+#include "search/draw_rules.h"
+#include "search/search.h"
+#include "search/search_flags.h"
+#include "search/see.h"
+#include "search/tablebase_seam.h"
+#include "search/tt.h"
+
+namespace morvane {
+
+namespace {
+
+constexpr int MateBound = 29753;  // scores beyond this are mates
+
+struct LogTables {
+    double depth[MAX_PLY];
+    double move[MAX_MOVES];
+    LogTables() {
+        for (int i = 0; i < MAX_PLY; ++i) depth[i] = i ? std::log(i) : 0.0;
+        for (int i = 0; i < MAX_MOVES; ++i) move[i] = i ? std::log(i) : 0.0;
+    }
+};
+const LogTables lnTables;
+
+bool has_non_pawn_material(const Board& b, Color c) {
+    return (b.pieces[c][KNIGHT] | b.pieces[c][BISHOP] | b.pieces[c][ROOK] | b.pieces[c][QUEEN]) != 0;
+}
+
+int null_move_reduction(int depth) {
+    switch (g_config.null_move_dynamic_enabled) {
+        case 2: return depth > 8 ? depth / 3 + 1 : 3;
+        case 1: return depth > 8 ? depth / 3 : 3;
+        default: return std::max(g_config.null_move_reduction, 0);
+    }
+}
+
+int late_move_reduction(int depth, int searched) {
+    const EngineConfig& c = g_config;
+    switch (c.lmr_dynamic_enabled) {
+        case 5: {
+            const double ld = lnTables.depth[std::min(depth, MAX_PLY - 1)];
+            const double lm = lnTables.move[std::min(searched, MAX_MOVES - 1)];
+            const long r = std::lround(c.lmr_loglog_a_permille / 1000.0 + c.lmr_loglog_b_permille / 1000.0 * ld +
+                                       c.lmr_loglog_c_permille / 1000.0 * lm + c.lmr_loglog_d_permille / 1000.0 * ld * lm);
+            return r < 0 ? 0 : static_cast<int>(r);
+        }
+        case 4: return depth < 9 ? 3 : depth / 6 + 2;
+        case 1: return depth < 9 ? 3 : depth / 3 + 1;
+        default:
+            return searched > c.lmr_reduction_high_movecount_threshold && depth >= c.lmr_reduction_high_depth_threshold
+                       ? c.lmr_reduction_high
+                       : c.lmr_reduction_base;
+    }
+}
+
+bool aborted() { return g_abort.load(std::memory_order_relaxed); }
+
+void record_pv(SearchContext& ctx, int ply, Move m) {
+    if (ply >= MAX_PLY - 1) return;
+    ctx.pv[ply][0] = m;
+    const int childLength = ply + 1 < MAX_PLY ? std::min(ctx.pvLength[ply + 1], MAX_PLY - 1) : 0;
+    for (int i = 0; i < childLength; ++i) ctx.pv[ply][i + 1] = ctx.pv[ply + 1][i];
+    ctx.pvLength[ply] = childLength + 1;
+}
+
+}  // namespace
+
+int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t& nodes, SearchContext& ctx,
+            int extensions, Move excluded, bool afterNull, Move prevMove) {
+    const EngineConfig& c = g_config;
+    ++nodes;
+    if (aborted() || time_to_stop(nodes)) return 0;
+    if (ply < MAX_PLY) ctx.pvLength[ply] = 0;
+
+    const bool inCheck = board.checkers() != 0;
+    if (ply > 0) {
+        if (is_repetition(board)) return 0;
+        if (board.state().halfmove > 99 && !inCheck) return 0;
+        if (!inCheck && board.is_insufficient_material()) return 0;
+    }
+    if (depth < 1) return quiescence(board, alpha, beta, ply, nodes);
+
+    const bool pruning = g_pruningEnabled.load(std::memory_order_relaxed);
+    const bool pvNode = beta - alpha > 1;
+
+    // Transposition table.
+    const TTEntry* tt = g_tt.probe(board.key());
+    const Move ttMove = tt ? tt->move : NULL_MOVE;
+    const int ttScore = tt ? score_from_tt(tt->score, ply) : 0;
+    if (tt && !excluded && tt->depth >= depth) {
+        if (tt->bound == BOUND_EXACT || (tt->bound == BOUND_LOWER && ttScore >= beta) ||
+            (tt->bound == BOUND_UPPER && ttScore <= alpha))
+            return ttScore;
+    }
+    const int ttDepth = tt ? tt->depth : 0;
+    const int ttBound = tt ? tt->bound : 0;
+
+    // Internal iterative reduction: without a hash move this node was never
+    // searched deeply, so a cheaper search is a better investment.
+    if (pruning && c.iir_enabled && ply > 0 && !ttMove && depth >= c.iir_min_depth) --depth;
+
+    int eval = NO_EVAL;
+    bool improving = true;
+    if (!inCheck) {
+        eval = pruning ? evaluate(board, alpha, beta) : evaluate(board, -30001, 30001);
+        if (ply > 1 && ctx.staticEval[ply - 2] != NO_EVAL) improving = ctx.staticEval[ply - 2] <= eval;
+        else if (ply > 3 && ctx.staticEval[ply - 4] != NO_EVAL) improving = ctx.staticEval[ply - 4] <= eval;
+    }
+    if (ply < MAX_PLY) ctx.staticEval[ply] = eval;
+
+    if (pruning && !inCheck && ply >= 1) {
+        // Razoring: hopeless shallow nodes drop straight into quiescence.
+        if (c.razor_enabled && depth <= c.razor_max_depth && alpha >= -MateBound &&
+            alpha > eval + c.razor_margin_per_depth * depth) {
+            const int q = quiescence(board, alpha, beta, ply, nodes);
+            if (aborted()) return 0;
+            if (q < alpha) return q;
+        }
+        // Reverse futility: far above beta at shallow depth, assume it holds.
+        if (c.rfp_enabled && depth <= c.rfp_max_depth && beta >= -MateBound && beta <= MateBound) {
+            const int margin = c.rfp_margin_per_depth * depth - (improving ? c.rfp_improving_margin_reduction : 0);
+            if (eval - margin >= beta) return eval - margin;
+        }
+        // Null move: if passing still fails high, the position is too good.
+        if (c.null_move_enabled && !(c.pv_node_protection_enabled && pvNode) && depth >= 3 && !afterNull &&
+            !(c.null_move_eval_filter_enabled && beta > eval) && has_non_pawn_material(board, board.side)) {
+            const int r = null_move_reduction(depth);
+            board.do_null_move();
+            const int score = -negamax(board, depth - 1 - r, -beta, -beta + 1, ply + 1, nodes, ctx, extensions,
+                                       NULL_MOVE, true, NULL_MOVE);
+            board.undo_null_move();
+            if (aborted()) return 0;
+            if (score >= beta) return score;
+        }
+    }
+
+    ScoredMove moves[MAX_MOVES];
+    const int count = generate_legal(board, moves, false);
+    if (count == 0) return inCheck ? ply - MATE_SCORE : 0;
+    if (ply >= 1 && (board.state().halfmove > 99 || board.is_insufficient_material())) return 0;
+    score_moves(board, moves, count, ctx, ply, ttMove, prevMove);
+
+    int best = -30001;
+    Move bestMove = NULL_MOVE;
+    const int alpha0 = alpha;
+    int searched = 0;
+    Move triedQuiets[MAX_MOVES];
+    int triedCount = 0;
+    const Color us = board.side;
+
+    for (int i = 0; i < count; ++i) {
+        const Move m = moves[i].move;
+        if (m == excluded) continue;
+        const bool quiet = !is_capture(board, m);
+        const bool directCheck = c.exclude_checks_from_pruning_enabled && move_threatens_king(board, m, us, true);
+
+        if (c.late_move_pruning_enabled && pruning && !inCheck && quiet && searched >= 1 && depth <= c.lmp_max_depth &&
+            alpha >= -MateBound && !directCheck && searched >= c.lmp_depth_mult * depth * depth + c.lmp_base)
+            continue;
+        if (pruning && c.futility_enabled && !(c.pv_node_protection_enabled && pvNode) && !inCheck && quiet &&
+            searched > 0 && depth <= c.futility_max_depth && alpha >= -MateBound &&
+            eval + c.futility_margin_per_depth * depth <= alpha && !directCheck)
+            continue;
+
+        // Singular extension: when every other move falls well short of the
+        // hash move's score, the hash move deserves a deeper look.
+        bool singular = false;
+        if (m == ttMove && c.singular_extensions_enabled && !excluded && ply >= 1 && tt && ttDepth >= depth - 3 &&
+            (ttBound == BOUND_EXACT || ttBound == BOUND_LOWER) && depth >= c.singular_min_depth &&
+            std::abs(ttScore) < MATE_THRESHOLD) {
+            const int sBeta = ttScore - c.singular_margin_per_depth * depth;
+            const int v = negamax(board, depth / std::max(c.singular_reduction_divisor, 1), sBeta - 1, sBeta, ply,
+                                  nodes, ctx, extensions, m, afterNull, prevMove);
+            if (aborted()) return 0;
+            singular = v < sBeta;
+        }
+
+        const int see = moves[i].see;
+        board.do_move(m);
+        ++searched;
+        if (c.history_malus_enabled && quiet && triedCount < MAX_MOVES) triedQuiets[triedCount++] = m;
+
+        const Bitboard givenChecks = board.checkers();
+        int newDepth = depth - 1;
+        bool extended = false;
+        if (singular) {
+            newDepth = depth;
+            extended = true;
+        } else if (ply <= 243 && givenChecks && !more_than_one(givenChecks) && !(!quiet && see < 0) &&
+                   extensions < 16) {
+            newDepth = depth;
+            extended = true;
+        }
+
+        int r = 0;
+        if (pruning && c.lmr_enabled && depth >= c.lmr_min_depth && searched > c.lmr_min_move_index && !extended &&
+            quiet && !inCheck && !directCheck)
+            r = late_move_reduction(depth, searched);
+
+        int score = 0;
+        int tbScore = 0;
+        const bool zeroing = board.state().halfmove == 0;
+        if (zeroing && newDepth >= c.syzygy_probe_depth && tablebase_probe_search(board, ply + 1, tbScore)) {
+            score = -tbScore;
+            if (ply + 1 < MAX_PLY) ctx.pvLength[ply + 1] = 0;
+        } else {
+            const int childExt = extensions + (extended ? 1 : 0);
+            if (searched == 1) {
+                score = -negamax(board, newDepth, -beta, -alpha, ply + 1, nodes, ctx, childExt, NULL_MOVE, false, m);
+            } else {
+                score = -negamax(board, std::max(newDepth - r, 0), -alpha - 1, -alpha, ply + 1, nodes, ctx, childExt,
+                                 NULL_MOVE, false, m);
+                if (r >= 1 && score > alpha && !aborted())
+                    score = -negamax(board, newDepth, -alpha - 1, -alpha, ply + 1, nodes, ctx, childExt, NULL_MOVE,
+                                     false, m);
+                if (score > alpha && score < beta && !aborted())
+                    score = -negamax(board, newDepth, -beta, -alpha, ply + 1, nodes, ctx, childExt, NULL_MOVE, false, m);
+            }
+        }
+        board.undo_move();
+        if (aborted()) return 0;
+
+        if (score > best) {
+            best = score;
+            bestMove = m;
+            if (score > alpha) {
+                record_pv(ctx, ply, m);
+                alpha = score;
+                if (alpha >= beta) {
+                    update_cutoff_heuristics(board, ctx, m, depth, ply, prevMove, triedQuiets, triedCount);
+                    break;
+                }
+            }
+        }
+    }
+
+    const int bound = best <= alpha0 ? BOUND_UPPER : best < beta ? BOUND_EXACT : BOUND_LOWER;
+    g_tt.store(board.key(), best, bestMove, depth, bound, ply);
+    return best;
+}
+
+}  // namespace morvane

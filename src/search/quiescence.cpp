@@ -1,0 +1,66 @@
+#include "config/engine_config.h"
+#include "eval/evaluate.h"
+#include "movegen/movegen.h"
+#include "search/draw_rules.h"
+#include "search/search.h"
+#include "search/search_flags.h"
+#include "search/see.h"
+
+namespace morvane {
+
+bool time_to_stop(std::uint64_t nodes) {
+    if ((nodes & static_cast<std::uint64_t>(g_config.time_check_node_mask)) != 0) return false;
+    if (g_stopRequested.load(std::memory_order_relaxed) ||
+        (g_hasDeadline.load(std::memory_order_relaxed) &&
+         std::chrono::steady_clock::now() >= g_deadline.load(std::memory_order_relaxed))) {
+        g_abort.store(true, std::memory_order_relaxed);
+        return true;
+    }
+    return false;
+}
+
+int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes) {
+    ++nodes;
+    if (g_abort.load(std::memory_order_relaxed) || time_to_stop(nodes)) return 0;
+    if (is_repetition(board) || board.state().halfmove > 99) return 0;
+
+    ScoredMove moves[MAX_MOVES];
+    if (!board.checkers()) {
+        if (board.is_insufficient_material()) return 0;
+        const bool pruning = g_pruningEnabled.load(std::memory_order_relaxed);
+        const int standPat = pruning ? evaluate(board, alpha, beta) : evaluate(board, -30001, 30001);
+        if (standPat >= beta) return standPat;
+        int best = standPat;
+        int a = std::max(standPat, alpha);
+        const int n = generate_legal(board, moves, true);
+        if (n == 0) return best;
+        sort_captures_by_see(board, moves, n);
+        for (int i = 0; i < n; ++i) {
+            if (moves[i].score < 0) return best;  // losing captures are never searched
+            board.do_move(moves[i].move);
+            const int score = -quiescence(board, -beta, -a, ply + 1, nodes);
+            board.undo_move();
+            if (g_abort.load(std::memory_order_relaxed) || time_to_stop(nodes)) return 0;
+            best = std::max(best, score);
+            a = std::max(a, best);
+            if (a >= beta) return best;
+        }
+        return best;
+    }
+
+    const int n = generate_legal(board, moves, false);
+    if (n == 0) return ply - 30000;
+    int best = -30001;
+    for (int i = 0; i < n; ++i) {
+        board.do_move(moves[i].move);
+        const int score = -quiescence(board, -beta, -alpha, ply + 1, nodes);
+        board.undo_move();
+        if (g_abort.load(std::memory_order_relaxed) || time_to_stop(nodes)) return 0;
+        best = std::max(best, score);
+        alpha = std::max(alpha, best);
+        if (alpha >= beta) return best;
+    }
+    return best;
+}
+
+}  // namespace morvane

@@ -1,0 +1,54 @@
+// The search: principal-variation negamax with quiescence, driven by
+// iterative deepening with aspiration windows and clock-based deadlines.
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <utility>
+#include <vector>
+
+#include "search/search_context.h"
+
+namespace morvane {
+
+struct SearchLimits {
+    int depth = 0;                 // below 1: no depth limit (64)
+    std::int64_t movetime = -1;    // ms; negative: not given
+    std::int64_t wtime = -1, btime = -1;
+    std::int64_t winc = 0, binc = 0;
+    int movestogo = 0;             // below 1: not given
+};
+
+struct SearchResult {
+    Move best_move = NULL_MOVE;
+    int score = 0;
+    std::uint64_t nodes = 0;
+    int depth = 0;
+    std::uint64_t time_ms = 0;
+    std::vector<Move> pv;
+};
+
+using RootScores = std::vector<std::pair<Move, int>>;
+
+SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
+                                 const std::function<void(const SearchResult&)>& on_iteration);
+
+// One depth at the root. When rootScores is given, it receives one (move,
+// score) pair per root move searched.
+SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta,
+                         RootScores* rootScores = nullptr);
+
+int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t& nodes, SearchContext& ctx,
+            int extensions, Move excluded, bool afterNull, Move prevMove);
+
+int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes);
+
+// Milliseconds the clock allows for this move; negative when the limits
+// set no deadline.
+std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits);
+
+// The search polls the stop flag and the deadline once per node-mask period.
+bool time_to_stop(std::uint64_t nodes);
+
+}  // namespace morvane

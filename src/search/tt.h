@@ -1,0 +1,66 @@
+// Transposition table: one 16-byte slot per index, always replaced, so a
+// probe costs a single memory access.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "core/types.h"
+
+namespace morvane {
+
+constexpr int MATE_SCORE = 30000;
+constexpr int MATE_THRESHOLD = 29754;
+
+enum Bound : std::uint8_t { BOUND_NONE = 0, BOUND_EXACT = 1, BOUND_LOWER = 2, BOUND_UPPER = 3 };
+
+struct TTEntry {
+    std::uint64_t key;
+    std::int16_t score;
+    Move move;
+    std::uint8_t depth;
+    std::uint8_t bound;
+    std::uint8_t unused[2];
+};
+static_assert(sizeof(TTEntry) == 16);
+
+class TranspositionTable {
+public:
+    TranspositionTable() { resize_entries(std::size_t{1} << 20); }
+
+    // Largest power of two of entries not above megabytes × 65,536.
+    void resize_mb(int megabytes);
+    void clear();
+
+    const TTEntry* probe(std::uint64_t key) const {
+        const TTEntry& e = entries[key & mask];
+        return e.key == key && e.bound != BOUND_NONE ? &e : nullptr;
+    }
+    void store(std::uint64_t key, int score, Move move, int depth, int bound, int ply);
+    std::size_t size() const { return entries.size(); }
+
+    std::vector<TTEntry> entries;
+    std::uint64_t mask = 0;
+
+private:
+    void resize_entries(std::size_t count);
+};
+
+extern TranspositionTable g_tt;
+
+void tt_clear();
+
+// The "Hash" option: parse, report a bad value, clamp to 1..2048 MB, resize.
+void set_hash_option(const std::string& value);
+
+// Mate scores are stored relative to the node and read back relative to
+// the root, so that a mate found at one depth is right at any other.
+inline int score_to_tt(int score, int ply) {
+    return score >= MATE_THRESHOLD ? score + ply : score <= -MATE_THRESHOLD ? score - ply : score;
+}
+inline int score_from_tt(int score, int ply) {
+    return score >= MATE_THRESHOLD ? score - ply : score <= -MATE_THRESHOLD ? score + ply : score;
+}
+
+}  // namespace morvane
