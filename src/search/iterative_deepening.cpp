@@ -120,9 +120,10 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
 SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
                                  const std::function<void(const SearchResult&)>& on_iteration) {
     const auto start = Clock::now();
+    // The stop flag is cleared by whoever starts the search (before the
+    // search thread exists), so that a "stop" sent right after "go" is kept.
     g_hasDeadline.store(false, std::memory_order_relaxed);
     g_abort.store(false, std::memory_order_relaxed);
-    g_stopRequested.store(false, std::memory_order_relaxed);
     const std::int64_t allowed = allocate_time_ms(board, limits);
     if (allowed >= 0) {
         g_deadline.store(start + std::chrono::milliseconds(allowed), std::memory_order_relaxed);

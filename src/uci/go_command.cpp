@@ -30,28 +30,36 @@ bool read_number(std::istringstream& in, const std::string& keyword, T& value) {
     return true;
 }
 
+Move first_legal_move(Board& board) {
+    ScoredMove moves[MAX_MOVES] = {};
+    return generate_legal(board, moves, false) > 0 ? moves[0].move : NULL_MOVE;
+}
+
 void print_bestmove(Move best) {
     std::cout << "bestmove " << (best ? move_to_uci(best) : std::string("0000")) << std::endl;
 }
 
 // The search thread's whole life: search, answer, and mark itself done.
+// The flag drops just before the answer goes out: a GUI sends its next
+// "position" and "go" as soon as it reads "bestmove", and they must not be
+// refused as if the search were still running.
 void search_thread_body(Board& board, SearchLimits limits) {
+    Move best = NULL_MOVE;
     try {
-        print_bestmove(iterative_deepening(board, limits, print_info_line).best_move);
+        best = iterative_deepening(board, limits, print_info_line).best_move;
+    } catch (const std::exception& e) {
+        std::cerr << "info string EXCEPTION pendant la recherche: " << e.what()
+                  << " -- repli sur le premier coup legal" << std::endl;
+        best = first_legal_move(board);
     } catch (...) {
-        try {
-            throw;
-        } catch (const std::exception& e) {
-            std::cerr << "info string EXCEPTION pendant la recherche: " << e.what()
-                      << " -- repli sur le premier coup legal" << std::endl;
-        } catch (...) {
-            std::cerr << "info string EXCEPTION inconnue pendant la recherche -- repli sur le premier coup legal"
-                      << std::endl;
-        }
-        ScoredMove moves[MAX_MOVES] = {};
-        print_bestmove(generate_legal(board, moves, false) > 0 ? moves[0].move : NULL_MOVE);
+        std::cerr << "info string EXCEPTION inconnue pendant la recherche -- repli sur le premier coup legal"
+                  << std::endl;
+        best = first_legal_move(board);
     }
-    g_searching.store(false, std::memory_order_relaxed);
+    // Release: the board goes back to the UCI thread with every write of
+    // the search visible to it.
+    g_searching.store(false, std::memory_order_release);
+    print_bestmove(best);
 }
 
 }  // namespace
@@ -67,12 +75,13 @@ void print_info_line(const SearchResult& r) {
 
 void start_search_async(Board& board, const SearchLimits& limits) {
     if (g_searchThread.joinable()) g_searchThread.join();
+    g_stopRequested.store(false, std::memory_order_relaxed);
     g_searching.store(true, std::memory_order_relaxed);
     g_searchThread = std::thread(search_thread_body, std::ref(board), limits);
 }
 
 void cmd_go(Board& board, std::istringstream& rest) {
-    if (g_searching.load(std::memory_order_relaxed)) {
+    if (g_searching.load(std::memory_order_acquire)) {
         std::cerr << "info string recherche deja en cours, commande go ignoree" << std::endl;
         return;
     }
@@ -98,7 +107,7 @@ void cmd_go(Board& board, std::istringstream& rest) {
 }
 
 void stop_and_join_search() {
-    if (!g_searching.load(std::memory_order_relaxed)) return;
+    if (!g_searching.load(std::memory_order_acquire)) return;
     g_stopRequested.store(true, std::memory_order_relaxed);
     if (g_searchThread.joinable()) g_searchThread.join();
 }

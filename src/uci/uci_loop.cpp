@@ -14,7 +14,7 @@ std::thread g_searchThread;
 
 namespace {
 
-bool searching() { return g_searching.load(std::memory_order_relaxed); }
+bool searching() { return g_searching.load(std::memory_order_acquire); }
 
 // The search works on the loop's own board, so anything that would change
 // or read it mid-search is refused.

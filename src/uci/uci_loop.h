@@ -10,7 +10,9 @@
 
 namespace morvane {
 
-// True while a search thread runs; the search thread clears it last.
+// True while a search thread owns the loop's board. Set by the UCI thread
+// before the search starts, cleared (with release ordering, so that the
+// board is handed back whole) by the search thread once its answer is known.
 extern std::atomic<bool> g_searching;
 extern std::thread g_searchThread;
 

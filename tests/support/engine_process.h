@@ -9,6 +9,7 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,8 +25,10 @@ public:
         if (pid_ == 0) {
             dup2(toChild[0], STDIN_FILENO);
             dup2(fromChild[1], STDOUT_FILENO);
-            const int devNull = open("/dev/null", O_WRONLY);
-            dup2(devNull, STDERR_FILENO);
+            // Diagnostics go to a file when asked, for debugging a failure.
+            const char* errPath = getenv("MORVANE_TEST_STDERR");
+            const int errFd = open(errPath ? errPath : "/dev/null", O_WRONLY | O_CREAT | O_APPEND, 0644);
+            dup2(errFd, STDERR_FILENO);
             close(toChild[1]);
             close(fromChild[0]);
             std::vector<char*> argv{const_cast<char*>(exe)};

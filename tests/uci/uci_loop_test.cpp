@@ -126,12 +126,14 @@ TEST(UciLoop, RandomInputNeverEndsTheProcess) {
         if (line.find("perft") != std::string::npos) line = "go perft " + std::to_string(rng() % 3);
         if (line.rfind("quit", 0) == 0) continue;
         execute_uci_command(board, line);
+        execute_uci_command(board, "stop");  // a "go" may have started a search
         ASSERT_EQ(position_problem(board), "") << line;
         io.clear();
     }
     execute_uci_command(board, std::string(1 << 20, 'e'));
     execute_uci_command(board, "position fen " + std::string(1 << 16, '8'));
     execute_uci_command(board, "go perft notanumber");
+    execute_uci_command(board, "stop");
     EXPECT_EQ(position_problem(board), "");
 }
 
