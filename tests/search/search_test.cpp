@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include "config/engine_config.h"
+#include "core/notation.h"
+#include "movegen/movegen.h"
+#include "search/search.h"
+#include "search/search_flags.h"
+#include "search/tt.h"
+
+using namespace morvane;
+
+namespace {
+
+class SearchTest : public ::testing::Test {
+protected:
+    EngineConfig saved = g_config;
+    Board board;
+
+    void SetUp() override {
+        tt_clear();
+        g_stopRequested.store(false);
+        g_pruningEnabled.store(true);
+    }
+    void TearDown() override {
+        g_config = saved;
+        g_pruningEnabled.store(true);
+    }
+
+    SearchResult search(const char* fen, int depth) {
+        board.set_fen(fen);
+        tt_clear();
+        SearchLimits limits;
+        limits.depth = depth;
+        return iterative_deepening(board, limits, nullptr);
+    }
+    std::uint64_t nodes_to_depth(const char* fen, int depth) {
+        board.set_fen(fen);
+        tt_clear();
+        SearchLimits limits;
+        limits.depth = depth;
+        std::uint64_t total = 0;
+        iterative_deepening(board, limits, [&](const SearchResult& r) { total += r.nodes; });
+        return total;
+    }
+};
+
+}  // namespace
+
+TEST_F(SearchTest, FindsMatesWithTheirDistance) {
+    struct MateCase {
+        const char* fen;
+        int plies;
+        const char* move;  // empty when several moves mate equally fast
+    };
+    const MateCase cases[] = {
+        {"6k1/5ppp/8/8/8/8/8/R3K3 w Q - 0 1", 1, "a1a8"},               // back rank
+        {"k7/2P5/1K6/8/8/8/8/8 w - - 0 1", 1, ""},                        // promotion (queen or rook)
+        {"3rqb2/4kp2/8/1N1pP1P1/8/7B/8/4R1K1 w - d6 0 1", 1, "e5d6"},   // en passant, double check
+        {"2rkr3/2p1p3/8/1B6/8/8/8/R3K3 w Q - 0 1", 1, ""},                // castling or the rook alone
+        {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", 1, "d1d8"},
+        {"r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq - 4 4", 1, "h5f7"},
+        {"k7/8/1K6/8/8/8/8/7R w - - 0 1", 1, "h1h8"},
+        {"6k1/8/6K1/8/8/8/8/R7 w - - 0 1", 1, "a1a8"},
+        {"7k/8/5K2/8/8/8/8/6R1 w - - 0 1", 3, ""},                       // quiet move, then mate
+        {"r5rk/5p1p/5R2/4B3/8/8/7P/7K w - - 0 1", 5, ""},                // Rxh7+ Kxh7? sacrificial lines
+        {"7k/pp4pp/8/8/8/8/1B4PP/4R1K1 w - - 0 1", 1, "e1e8"},
+        {"8/8/8/8/8/5K1k/8/6R1 w - - 0 1", 1, "g1h1"},
+    };
+    for (const MateCase& c : cases) {
+        const SearchResult r = search(c.fen, 8);
+        EXPECT_EQ(r.score, 30000 - c.plies) << c.fen << " best " << move_to_uci(r.best_move);
+        if (*c.move) {
+            EXPECT_EQ(move_to_uci(r.best_move), c.move) << c.fen;
+        }
+    }
+}
+
+TEST_F(SearchTest, MatedAndStalematedRoots) {
+    SearchResult r = search("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", 5);
+    EXPECT_EQ(r.best_move, NULL_MOVE);
+    EXPECT_EQ(r.score, -30000);
+    r = search("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 5);
+    EXPECT_EQ(r.best_move, NULL_MOVE);
+    EXPECT_EQ(r.score, 0);
+}
+
+TEST_F(SearchTest, DrawRules) {
+    std::uint64_t nodes = 0;
+    SearchContext& ctx = *new SearchContext();
+    ctx.reset();
+    // Fifty-move rule: 0 in the principal search even in check, while a
+    // mate still counts.
+    board.set_fen("4k3/8/8/8/8/8/4r3/4K3 w - - 100 80");
+    EXPECT_EQ(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 0);
+    EXPECT_EQ(quiescence(board, -30001, 30001, 1, nodes), 0);
+    // Bare kings and king + knight: insufficient material.
+    board.set_fen("4k3/8/8/8/8/8/8/4KN2 w - - 0 1");
+    EXPECT_EQ(negamax(board, 4, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 0);
+    EXPECT_EQ(quiescence(board, -30001, 30001, 1, nodes), 0);
+    // A queen up is no draw.
+    board.set_fen("4k3/8/8/8/8/8/8/3QK3 w - - 0 1");
+    EXPECT_GT(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 500);
+    // Repetition: back to a position seen two plies earlier scores 0.
+    board.set_fen("4k3/8/8/8/8/8/8/3QK3 w - - 0 1");
+    for (const char* m : {"d1c2", "e8f8", "c2d1", "f8e8"}) {
+        ScoredMove moves[MAX_MOVES];
+        const int n = generate_legal(board, moves, false);
+        for (int i = 0; i < n; ++i)
+            if (move_to_uci(moves[i].move) == m) board.do_move(moves[i].move);
+    }
+    EXPECT_EQ(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 0);
+    EXPECT_EQ(quiescence(board, -30001, 30001, 1, nodes), 0);
+    delete &ctx;
+}
+
+TEST_F(SearchTest, SameSearchSameNodesAndPinnedSignature) {
+    const char* fen = "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3";
+    const std::uint64_t first = nodes_to_depth(fen, 8);
+    EXPECT_EQ(nodes_to_depth(fen, 8), first);
+    // Pinned counts: an unintended change of search or evaluation shows here.
+    EXPECT_EQ(first, 41504u);
+}
+
+TEST_F(SearchTest, DeadlineFormula) {
+    board.set_fen(StartFen);
+    SearchLimits l;
+    EXPECT_EQ(allocate_time_ms(board, l), -1);  // infinite
+    l.movetime = 1000;
+    l.wtime = 5;
+    EXPECT_EQ(allocate_time_ms(board, l), 1000);
+    l.movetime = -1;
+    l.wtime = 60000;
+    l.btime = 60000;
+    // Opening: 60 moves to go: 60000/60 - 50 = 950.
+    EXPECT_EQ(allocate_time_ms(board, l), 950);
+    l.winc = 1000;
+    EXPECT_EQ(allocate_time_ms(board, l), 1950);
+    l.movestogo = 10;
+    EXPECT_EQ(allocate_time_ms(board, l), 1000 + 6000 - 50);
+    l = SearchLimits{};
+    l.wtime = 10;
+    l.btime = 10;
+    EXPECT_EQ(allocate_time_ms(board, l), 10);  // both floors at 10
+    l.wtime = 2000;
+    l.winc = 1000;  // short of three increments: at least inc - 20
+    EXPECT_EQ(allocate_time_ms(board, l), std::min<std::int64_t>(1950, std::max<std::int64_t>(1000 + 2000 / 60 - 50, 980)));
+    // Still 60 moves to go with nearly all pieces on, whatever the move
+    // number of the FEN; 20 once queens are off.
+    board.set_fen("r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - 3 9");
+    l = SearchLimits{};
+    l.wtime = 20000;
+    l.btime = 20000;
+    EXPECT_EQ(allocate_time_ms(board, l), 20000 / 60 - 50);
+    board.set_fen("r4rk1/pp3ppp/2n1bn2/3p4/3P4/2NBBN2/PP3PPP/R4RK1 w - - 0 1");
+    l = SearchLimits{};
+    l.wtime = 20000;
+    l.btime = 20000;
+    EXPECT_EQ(allocate_time_ms(board, l), 20000 / 20 - 50);
+    // Few pieces: the endgame-table zone.
+    board.set_fen("8/8/4k3/8/8/2K5/8/8 w - - 0 1");
+    EXPECT_EQ(allocate_time_ms(board, l), 20000 / 40 - 50);
+}
+
+TEST_F(SearchTest, MovetimeSearchStopsInTime) {
+    board.set_fen("r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ - 0 8");
+    SearchLimits l;
+    l.movetime = 200;
+    const auto start = std::chrono::steady_clock::now();
+    const SearchResult r = iterative_deepening(board, l, nullptr);
+    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+    EXPECT_NE(r.best_move, NULL_MOVE);
+    EXPECT_LE(ms, 400);  // generous: the bench measures the real overrun
+}
+
+TEST_F(SearchTest, EveryPruningSwitchRemovesItsTechnique) {
+    const char* fen = "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - 3 9";
+    const std::uint64_t base = nodes_to_depth(fen, 9);
+    int EngineConfig::*switches[] = {
+        &EngineConfig::iir_enabled,        &EngineConfig::razor_enabled,  &EngineConfig::rfp_enabled,
+        &EngineConfig::null_move_enabled,  &EngineConfig::futility_enabled, &EngineConfig::lmr_enabled,
+        &EngineConfig::late_move_pruning_enabled, &EngineConfig::singular_extensions_enabled,
+        &EngineConfig::countermove_enabled, &EngineConfig::capture_history_enabled,
+        &EngineConfig::history_malus_enabled,
+    };
+    for (auto field : switches) {
+        g_config.*field = 0;
+        EXPECT_NE(nodes_to_depth(fen, 9), base) << "switch #" << (&field - switches);
+        g_config.*field = 1;
+    }
+    g_pruningEnabled.store(false);
+    EXPECT_GT(nodes_to_depth(fen, 7), nodes_to_depth(fen, 5));
+    const std::uint64_t plain = nodes_to_depth(fen, 7);
+    g_pruningEnabled.store(true);
+    EXPECT_GT(plain, nodes_to_depth(fen, 7));
+}
