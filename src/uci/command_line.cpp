@@ -4,6 +4,8 @@
 #include <iostream>
 #include <string>
 
+#include "config/config_loader.h"
+#include "sts/sts_runner.h"
 #include "uci/uci_loop.h"
 
 namespace morvane {
@@ -70,7 +72,16 @@ int run_command_line(int argc, char** argv) {
         return 0;
     }
     if (!req.epdFile.empty() && !req.output.empty() && (req.depth > 0 || req.movetime > 0)) {
-        // The batch runner lands with the test-suite mode.
+        load_config("Morvane047.cfg", g_config);
+        try {
+            run_sts_suite(req.epdFile, static_cast<int>(req.depth), static_cast<long>(req.movetime), req.output,
+                          req.resume);
+        } catch (const std::exception& e) {
+            // An unplayable suite position ends the run; every report line
+            // written before it is already on disk.
+            std::cerr << "info string EXCEPTION pendant la suite de tests: " << e.what() << std::endl;
+            return 1;
+        }
         return 0;
     }
     print_usage(argv[0]);
