@@ -76,23 +76,31 @@ Bitboard find_magic(Square s, Bitboard mask, unsigned shift, const int (*dirs)[2
         subset = (subset - mask) & mask;
     }
     std::mt19937_64 rng(0xE0F5A0D7C3B1ULL + static_cast<unsigned>(s));
-    constexpr Bitboard Empty = ~Bitboard{0};
-    block.assign(n, Empty);
-    for (;;) {
+    // Slots stamped with an older attempt number count as empty, which
+    // spares refilling the whole block for every rejected candidate.
+    std::vector<unsigned> stamp(n, 0);
+    block.assign(n, 0);
+    for (unsigned attempt = 1;; ++attempt) {
         Bitboard candidate = rng();
         candidate &= rng();
         candidate &= rng();
         if (popcount((mask * candidate) & 0xFF00000000000000ULL) < 6) continue;
-        std::fill(block.begin(), block.end(), Empty);
         bool ok = true;
         for (std::size_t i = 0; i < n && ok; ++i) {
-            Bitboard& slot = block[(subsets[i] * candidate) >> shift];
-            if (slot == Empty)
-                slot = attacks[i];
-            else if (slot != attacks[i])
+            const std::size_t idx = (subsets[i] * candidate) >> shift;
+            if (stamp[idx] != attempt) {
+                stamp[idx] = attempt;
+                block[idx] = attacks[i];
+            } else if (block[idx] != attacks[i]) {
                 ok = false;
+            }
         }
-        if (ok) return candidate;
+        if (ok) {
+            // Entries no subset maps to are never read; keep them defined.
+            for (std::size_t i = 0; i < n; ++i)
+                if (stamp[i] != attempt) block[i] = ~Bitboard{0};
+            return candidate;
+        }
     }
 }
 

@@ -14,6 +14,8 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
+constexpr int StartupMs = 30000;
+
 enum class GameEnd { Mate, Stalemate, Repetition, FiftyMoves, Material, MoveLimit };
 
 struct Game {
@@ -64,10 +66,10 @@ TEST(Match, TwentyGamesAtAFastClock) {
         test::EngineProcess engines[2];
         for (auto& e : engines) {
             e.send("uci");
-            ASSERT_TRUE(e.wait_for("uciok", 10000));
+            ASSERT_TRUE(e.wait_for("uciok", StartupMs));
             e.send("ucinewgame");
             e.send("isready");
-            ASSERT_TRUE(e.wait_for("readyok", 10000));
+            ASSERT_TRUE(e.wait_for("readyok", StartupMs));
         }
         Game game;
         // Four random opening plies give every game its own course.

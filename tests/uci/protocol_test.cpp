@@ -10,6 +10,9 @@ using Clock = std::chrono::steady_clock;
 
 namespace {
 
+// Generous: start-up (attack tables) is slow under the sanitizers.
+constexpr int StartupMs = 30000;
+
 long elapsed_ms(Clock::time_point since) {
     return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
 }
@@ -20,9 +23,9 @@ TEST(Protocol, HandshakeAndFixedDepthSearch) {
     EngineProcess engine;
     ASSERT_TRUE(engine.started());
     engine.send("uci");
-    ASSERT_TRUE(engine.wait_for("uciok", 10000));
+    ASSERT_TRUE(engine.wait_for("uciok", StartupMs));
     engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", 10000));
+    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
     engine.send("position startpos moves e2e4");
     engine.send("go depth 4");
     std::vector<std::string> lines;
@@ -39,7 +42,7 @@ TEST(Protocol, HandshakeAndFixedDepthSearch) {
 TEST(Protocol, MovetimeIsHonoured) {
     EngineProcess engine;
     engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", 10000));
+    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
     engine.send("position startpos");
     const auto start = Clock::now();
     engine.send("go movetime 300");
@@ -51,7 +54,7 @@ TEST(Protocol, ClockSearchAnswersWellWithinTheClock) {
     EngineProcess engine;
     engine.send("position startpos moves d2d4 d7d5");
     engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", 10000));
+    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
     const auto start = Clock::now();
     engine.send("go wtime 2000 btime 2000 winc 20 binc 20");
     ASSERT_TRUE(engine.wait_for("bestmove ", 3000));
@@ -61,7 +64,7 @@ TEST(Protocol, ClockSearchAnswersWellWithinTheClock) {
 TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
     EngineProcess engine;
     engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", 10000));
+    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
     engine.send("go infinite");
     engine.send("isready");
     ASSERT_TRUE(engine.wait_for("readyok", 1000));  // answered during the search
@@ -88,7 +91,7 @@ TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
 TEST(Protocol, QuitDuringSearchPrintsBestmoveThenExits) {
     EngineProcess engine;
     engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", 10000));
+    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
     engine.send("go infinite");
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     engine.send("quit");
@@ -99,7 +102,7 @@ TEST(Protocol, QuitDuringSearchPrintsBestmoveThenExits) {
 TEST(Protocol, EndOfInputLetsTheSearchFinishByItsLimits) {
     EngineProcess engine;
     engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", 10000));
+    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
     engine.send("go depth 7");
     engine.close_input();
     // The search is not cut short: it reports its last depth, then answers.
