@@ -1,0 +1,141 @@
+#include <gtest/gtest.h>
+
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+#include <regex>
+#include <sstream>
+#include <thread>
+
+#include "sts/sts_runner.h"
+#include "support/capture.h"
+
+using namespace morvane;
+
+namespace {
+
+std::string read_file(const std::string& path) {
+    std::ifstream in(path);
+    std::stringstream s;
+    s << in.rdbuf();
+    return s.str();
+}
+
+// Times vary from run to run; everything else must match to the letter.
+std::string without_times(std::string text) {
+    text = std::regex_replace(text, std::regex("temps=[0-9]+ms"), "temps=Tms");
+    return std::regex_replace(text, std::regex(",[0-9]+,([0-9]*),(-?[0-9]*),(oui|non),"), ",T,$1,$2,$3,");
+}
+
+class StsRunnerTest : public ::testing::Test {
+protected:
+    std::string dir = testing::TempDir() + "morvane_sts_" + std::to_string(::getpid()) + "/";
+    void SetUp() override { std::filesystem::create_directories(dir); }
+    void TearDown() override { std::filesystem::remove_all(dir); }
+    std::string write_suite(const std::string& text) {
+        std::ofstream(dir + "suite.epd") << text;
+        return dir + "suite.epd";
+    }
+};
+
+}  // namespace
+
+TEST_F(StsRunnerTest, ReportsEveryKindOfAnswer) {
+    const std::string suite = write_suite(
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#; id \"first bm\";\n"
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd7 Rd8#; id \"second bm\";\n"
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd7; c0 \"Rd7=10, Rd8=6\"; id \"c0\";\n"
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Zz9; id \"unknown\";\n"
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8;\n");
+    test::CapturedStreams io;
+    run_sts_suite(suite, 2, 0, dir + "r", false);
+    EXPECT_EQ(without_times(read_file(dir + "r.txt")),
+              "=== Rapport de suite de tests (style STS) ===\n"
+              "Fichier source : " + suite + "\n"
+              "Profondeur fixe : 2\n"
+              "(eval en centipawns, point de vue du camp au trait dans CHAQUE position -- pas toujours Blancs)\n"
+              "--- Detail par position (ecrit au fur et a mesure, voir historique) ---\n"
+              "first bm : attendu=[Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  resolues=1/1\n"
+              "second bm : attendu=[Rd7 / Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  [coup attendu : rang=2, eval=586cp]  resolues=2/2\n"
+              "c0 : attendu=[Rd7] joue=Rd8# (d1d8) eval=29999cp score=6/10 profondeur=1 nodes=39 temps=Tms  [coup attendu : rang=2, eval=586cp]  resolues=2/3\n"
+              "unknown : attendu=[Zz9] joue=Rd8# (d1d8) eval=29999cp score=0/10 profondeur=1 nodes=39 temps=Tms  [ATTENTION: bm non reconnu]  resolues=2/4\n"
+              "ligne 5 : attendu=[Rd8] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  resolues=3/5\n"
+              "\n=== Resultat ===\nPositions au total : 5\nScore total : 36 / 50 (72%)\n"
+              "ATTENTION : 1 position(s) (ce lancement) avec un\n"
+              "coup attendu (bm) non reconnu -- voir les lignes marquees ci-dessus.\n");
+    EXPECT_EQ(without_times(read_file(dir + "r.csv")),
+              "id,attendu,joue_san,joue_uci,eval_cp,score,score_max,profondeur,nodes,temps_ms,rang_coup_attendu,"
+              "eval_coup_attendu_cp,bm_non_reconnu,resolues_jusqu_ici,analysees_jusqu_ici\n"
+              "\"first bm\",\"Rd8#\",\"Rd8#\",d1d8,29999,10,10,1,39,T,,,non,1,1\n"
+              "\"second bm\",\"Rd7 / Rd8#\",\"Rd8#\",d1d8,29999,10,10,1,39,T,2,586,non,2,2\n"
+              "\"c0\",\"Rd7\",\"Rd8#\",d1d8,29999,6,10,1,39,T,2,586,non,2,3\n"
+              "\"unknown\",\"Zz9\",\"Rd8#\",d1d8,29999,0,10,1,39,T,,,oui,2,4\n"
+              "\"ligne 5\",\"Rd8\",\"Rd8#\",d1d8,29999,10,10,1,39,T,,,non,3,5\n");
+    EXPECT_NE(io.err().find("=== Score final : 36 / 50 (72%) ==="), std::string::npos);
+}
+
+TEST_F(StsRunnerTest, KilledRunResumesToTheSameTotals) {
+    std::string text;
+    const char* fens[] = {
+        "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
+        "rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq -",
+        "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ -",
+        "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ -",
+        "2rq1rk1/pb2bppp/1pn1pn2/3p4/2PP4/1PN1PN2/PB2BPPP/2RQ1RK1 w - -",
+        "r1b2rk1/2q1bppp/p2ppn2/1p6/3BPP2/2N2B2/PPPQ2PP/R4R1K w - -",
+    };
+    for (int i = 0; i < 6; ++i) text += std::string(fens[i]) + " bm O-O; id \"p" + std::to_string(i) + "\";\n";
+    const std::string suite = write_suite(text);
+    test::CapturedStreams io;
+    run_sts_suite(suite, 7, 0, dir + "full", false);
+    const std::string full = read_file(dir + "full.txt");
+    const std::string totals = full.substr(full.find("=== Resultat ==="));
+
+    const pid_t child = fork();
+    if (child == 0) {
+        run_sts_suite(suite, 7, 0, dir + "cut", false);
+        _exit(0);
+    }
+    // Kill the run once two positions are on disk.
+    for (int i = 0; i < 2000; ++i) {
+        std::ifstream csv(dir + "cut.csv");
+        int lines = 0;
+        for (std::string l; std::getline(csv, l);) ++lines;
+        if (lines >= 3) break;
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    kill(child, SIGKILL);
+    waitpid(child, nullptr, 0);
+    const std::string before = read_file(dir + "cut.txt");
+    ASSERT_EQ(before.find("=== Resultat ==="), std::string::npos) << "the run ended before it was killed";
+
+    io.clear();
+    run_sts_suite(suite, 7, 0, dir + "cut", true);
+    const std::string after = read_file(dir + "cut.txt");
+    EXPECT_EQ(after.substr(0, before.size()), before);  // nothing rewritten
+    EXPECT_NE(after.find("--- Reprise (--continue), "), std::string::npos);
+    const std::string resumedTotals = after.substr(after.find("=== Resultat ==="));
+    auto score_line = [](const std::string& t) {
+        const auto at = t.find("Score total");
+        return t.substr(at, t.find('\n', at) - at);
+    };
+    EXPECT_EQ(score_line(resumedTotals), score_line(totals));
+    // Finished positions were not searched again.
+    EXPECT_EQ(io.err().find("[1/6] p0"), std::string::npos);
+}
+
+TEST_F(StsRunnerTest, UnplayableFenEndsTheRunWithEarlierLinesOnDisk) {
+    const std::string suite = write_suite(
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#; id \"ok\";\n"
+        "8/8/8/8/8/8/8/8 w - - bm Rd8; id \"empty\";\n");
+    test::CapturedStreams io;
+    EXPECT_THROW(run_sts_suite(suite, 2, 0, dir + "x", false), std::runtime_error);
+    EXPECT_NE(read_file(dir + "x.csv").find("\"ok\""), std::string::npos);
+
+    EXPECT_NO_THROW(run_sts_suite(write_suite("8/8/8/8/8/8/8/K6k w - -\n"), 2, 0, dir + "none", false));
+    EXPECT_FALSE(std::filesystem::exists(dir + "none.txt"));
+    EXPECT_NE(io.err().find("Aucune position valide chargee depuis "), std::string::npos);
+}
