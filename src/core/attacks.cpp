@@ -15,6 +15,7 @@ int rookOffset[64], bishopOffset[64];
 std::vector<Bitboard> rookTableFlat, bishopTableFlat;
 
 bool attacksInit = false;
+Bitboard betweenTable[64][64];
 
 namespace {
 
@@ -46,6 +47,17 @@ Bitboard ray_attacks(Square s, Bitboard occupied, const int (*dirs)[2]) {
         }
     }
     return set;
+}
+
+// Steps from a towards b collecting every square before b.
+Bitboard walk_between(Square a, Square b) {
+    int df = file_of(b) - file_of(a), dr = rank_of(b) - rank_of(a);
+    if (a == b || !(df == 0 || dr == 0 || df == dr || df == -dr)) return 0;
+    int sf = (df > 0) - (df < 0), sr = (dr > 0) - (dr < 0);
+    Bitboard between = 0;
+    for (int f = file_of(a) + sf, r = rank_of(a) + sr; make_square(f, r) != b; f += sf, r += sr)
+        between |= square_bb(make_square(f, r));
+    return between;
 }
 
 // Relevant occupancy: the rays without their edge squares, which never
@@ -143,19 +155,13 @@ void init_attacks() {
         pawnAtt[WHITE][s] = leaper_set(s, WhitePawnSteps, 2);
         pawnAtt[BLACK][s] = leaper_set(s, BlackPawnSteps, 2);
     }
+    for (Square a = 0; a < 64; ++a)
+        for (Square b = 0; b < 64; ++b) betweenTable[a][b] = walk_between(a, b);
     init_magics();
     attacksInit = true;
 }
 
-Bitboard squares_between(Square a, Square b) {
-    int df = file_of(b) - file_of(a), dr = rank_of(b) - rank_of(a);
-    if (a == b || !(df == 0 || dr == 0 || df == dr || df == -dr)) return 0;
-    int sf = (df > 0) - (df < 0), sr = (dr > 0) - (dr < 0);
-    Bitboard between = 0;
-    for (int f = file_of(a) + sf, r = rank_of(a) + sr; make_square(f, r) != b; f += sf, r += sr)
-        between |= square_bb(make_square(f, r));
-    return between;
-}
+
 
 std::string square_to_string(Square s) {
     if (s == NO_SQUARE) return "-";

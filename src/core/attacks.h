@@ -35,8 +35,11 @@ inline Bitboard bishop_attacks(Square s, Bitboard occupied) {
     return bishopTableFlat[bishopOffset[s] + idx];
 }
 
+extern Bitboard betweenTable[64][64];
+
 // Squares strictly between a and b on a shared line; empty otherwise.
-Bitboard squares_between(Square a, Square b);
+// Pin and check detection ask this constantly, so it is a table lookup.
+inline Bitboard squares_between(Square a, Square b) { return betweenTable[a][b]; }
 
 std::string square_to_string(Square s);
 

@@ -7,10 +7,12 @@
 
 namespace morvane {
 
+// Left uninitialised but for the count: only the first count entries are
+// ever read, and zeroing them at every evaluation would cost more.
 struct PieceAttacks {
     Square square[16];
     Bitboard attacks[16];
-    int count;
+    int count = 0;
 };
 
 struct EvalState {
@@ -23,7 +25,7 @@ struct EvalState {
     // Filled by the mobility pass, read by king safety and threats.
     Bitboard attackMap[2] = {0, 0};
     Bitboard attacksByType[2][7] = {};
-    PieceAttacks pieceAttacks[2][7] = {};
+    PieceAttacks pieceAttacks[2][7];
 
     explicit EvalState(const Board& b) : board(b) {}
 
@@ -32,6 +34,11 @@ struct EvalState {
         eg[c] += egValue;
     }
     Bitboard pieces(Color c, int type) const { return board.pieces[c][type]; }
+    // Squares attacked by the pieces and pawns of c, its king excluded.
+    Bitboard attacks_without_king(Color c) const {
+        return pawns->pawnAttacks[c] | attacksByType[c][KNIGHT] | attacksByType[c][BISHOP] |
+               attacksByType[c][ROOK] | attacksByType[c][QUEEN];
+    }
 };
 
 const PawnEntry& probe_pawn_entry(const Board& board);

@@ -114,25 +114,27 @@ void king_danger(EvalState& s, Color us) {
                               c.king_danger_safe_check_rook, c.king_danger_safe_check_queen, 0};
     const int xrayDivisor = std::max(c.king_danger_xray_divisor, 1);
 
+    // Squares from which each kind of piece would give check.
+    const Bitboard diagonal = bishop_attacks(k, b.occupied), straight = rook_attacks(k, b.occupied);
+    const Bitboard checkFrom[7] = {0, 0, knightAtt[k], diagonal, straight, diagonal | straight, 0};
+    const Bitboard safe = ~b.byColor[them] & ~s.attackMap[us];
+
     int danger = 0;
     for (int type = KNIGHT; type <= QUEEN; ++type) {
         const PieceAttacks& pa = s.pieceAttacks[them][type];
         for (int i = 0; i < pa.count; ++i) {
             if (pa.attacks[i] & zone) {
                 danger += weight[type];
-            } else if (type != KNIGHT) {
-                // Seen through one piece: a latent attacker.
+            } else if (type != KNIGHT && (checking_squares(type, pa.square[i], 0) & zone)) {
+                // Lined up with the zone behind one piece: a latent attacker.
                 const Bitboard xray = checking_squares(type, pa.square[i], b.occupied & ~pa.attacks[i]);
                 if (xray & zone) danger += weight[type] / xrayDivisor;
             }
         }
-        const Bitboard safe = ~b.byColor[them] & ~s.attackMap[us];
-        if (checking_squares(type, k, b.occupied) & s.attacksByType[them][type] & safe) danger += safeCheck[type];
+        if (checkFrom[type] & s.attacksByType[them][type] & safe) danger += safeCheck[type];
     }
-    const Bitboard defendedByOthers = s.pawns->pawnAttacks[us] | s.attacksByType[us][KNIGHT] |
-                                      s.attacksByType[us][BISHOP] | s.attacksByType[us][ROOK] |
-                                      s.attacksByType[us][QUEEN];
-    danger += c.king_danger_deflection_bonus * popcount(kingAtt[k] & s.attackMap[them] & ~defendedByOthers);
+    danger += c.king_danger_deflection_bonus *
+              popcount(kingAtt[k] & s.attackMap[them] & ~s.attacks_without_king(us));
 
     if (danger <= 0) return;
     if (!b.pieces[them][QUEEN]) danger -= percent_of(danger, c.king_danger_no_queen_reduction_pct);

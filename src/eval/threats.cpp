@@ -26,8 +26,10 @@ void exchange_threats(EvalState& s, Color us) {
     const Board& b = s.board;
     const Color them = us ^ 1;
     const Bitboard enemyNoKing = b.byColor[them] & ~b.pieces[them][KING];
+    // Only pieces the enemy attacks at all need the exchange worked out.
+    const Bitboard attacked = s.attacks_without_king(them);
     for (int type = KNIGHT; type <= QUEEN; ++type)
-        for (Bitboard p = b.pieces[us][type]; p;) {
+        for (Bitboard p = b.pieces[us][type] & attacked; p;) {
             const Square sq = pop_lsb(p);
             const Bitboard attackers = b.attackers_to(sq, b.occupied) & enemyNoKing;
             if (!attackers) continue;
