@@ -41,6 +41,16 @@ struct EvalState {
     }
 };
 
+// Attack set of a knight, bishop, rook or queen on s under occupancy occ.
+inline Bitboard piece_attacks(int type, Square s, Bitboard occ) {
+    switch (type) {
+        case KNIGHT: return knightAtt[s];
+        case BISHOP: return bishop_attacks(s, occ);
+        case ROOK: return rook_attacks(s, occ);
+        default: return bishop_attacks(s, occ) | rook_attacks(s, occ);
+    }
+}
+
 const PawnEntry& probe_pawn_entry(const Board& board);
 
 void apply_pawn_structure(EvalState& s);

@@ -88,15 +88,6 @@ void minority_attack(EvalState& s, Color us) {
     s.add(us, c.minority_attack_bonus_per_rank_mg * ranks, c.minority_attack_bonus_per_rank_eg * ranks);
 }
 
-Bitboard checking_squares(int type, Square k, Bitboard occ) {
-    switch (type) {
-        case KNIGHT: return knightAtt[k];
-        case BISHOP: return bishop_attacks(k, occ);
-        case ROOK: return rook_attacks(k, occ);
-        default: return bishop_attacks(k, occ) | rook_attacks(k, occ);
-    }
-}
-
 // Danger to our king from the enemy pieces: each piece attacking the king's
 // zone (through one blocker counts too, divided), each kind of safe check
 // the enemy has, and each zone square that only our king defends. The total
@@ -125,9 +116,9 @@ void king_danger(EvalState& s, Color us) {
         for (int i = 0; i < pa.count; ++i) {
             if (pa.attacks[i] & zone) {
                 danger += weight[type];
-            } else if (type != KNIGHT && (checking_squares(type, pa.square[i], 0) & zone)) {
+            } else if (type != KNIGHT && (piece_attacks(type, pa.square[i], 0) & zone)) {
                 // Lined up with the zone behind one piece: a latent attacker.
-                const Bitboard xray = checking_squares(type, pa.square[i], b.occupied & ~pa.attacks[i]);
+                const Bitboard xray = piece_attacks(type, pa.square[i], b.occupied & ~pa.attacks[i]);
                 if (xray & zone) danger += weight[type] / xrayDivisor;
             }
         }

@@ -7,15 +7,6 @@ namespace morvane {
 
 namespace {
 
-Bitboard piece_attacks(int type, Square s, Bitboard occ) {
-    switch (type) {
-        case KNIGHT: return knightAtt[s];
-        case BISHOP: return bishop_attacks(s, occ);
-        case ROOK: return rook_attacks(s, occ);
-        default: return bishop_attacks(s, occ) | rook_attacks(s, occ);
-    }
-}
-
 void mobility_weights(int type, int& mg, int& eg) {
     const EngineConfig& c = g_config;
     switch (type) {

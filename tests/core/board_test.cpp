@@ -12,12 +12,9 @@ using namespace morvane;
 namespace {
 
 Move uci(Board& board, const std::string& text) {
-    ScoredMove moves[MAX_MOVES];
-    const int n = generate_legal(board, moves, false);
-    for (int i = 0; i < n; ++i)
-        if (move_to_uci(moves[i].move) == text) return moves[i].move;
-    ADD_FAILURE() << "no legal move " << text;
-    return NULL_MOVE;
+    const Move m = test::find_move(board, text);
+    if (!m) ADD_FAILURE() << "no legal move " << text;
+    return m;
 }
 
 void play(Board& board, std::initializer_list<const char*> moves) {

@@ -6,6 +6,7 @@
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/tt.h"
+#include "support/test_positions.h"
 
 using namespace morvane;
 
@@ -102,12 +103,7 @@ TEST_F(SearchTest, DrawRules) {
     EXPECT_GT(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 500);
     // Repetition: back to a position seen two plies earlier scores 0.
     board.set_fen("4k3/8/8/8/8/8/8/3QK3 w - - 0 1");
-    for (const char* m : {"d1c2", "e8f8", "c2d1", "f8e8"}) {
-        ScoredMove moves[MAX_MOVES];
-        const int n = generate_legal(board, moves, false);
-        for (int i = 0; i < n; ++i)
-            if (move_to_uci(moves[i].move) == m) board.do_move(moves[i].move);
-    }
+    for (const char* m : {"d1c2", "e8f8", "c2d1", "f8e8"}) board.do_move(test::find_move(board, m));
     EXPECT_EQ(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 0);
     EXPECT_EQ(quiescence(board, -30001, 30001, 1, nodes), 0);
     delete &ctx;

@@ -15,11 +15,8 @@ namespace {
 
 std::string san_of(Board& board, const char* fen, const char* uci) {
     board.set_fen(fen);
-    ScoredMove moves[MAX_MOVES];
-    const int n = generate_legal(board, moves, false);
-    for (int i = 0; i < n; ++i)
-        if (move_to_uci(moves[i].move) == uci) return move_to_san(board, moves[i].move);
-    return "?";
+    const Move m = test::find_move(board, uci);
+    return m ? move_to_san(board, m) : "?";
 }
 
 std::string uci_of(Board& board, const char* fen, const char* san) {

@@ -5,6 +5,9 @@
 #include <cstdint>
 #include <random>
 
+#include <string>
+
+#include "core/notation.h"
 #include "movegen/movegen.h"
 
 namespace morvane::test {
@@ -17,6 +20,15 @@ inline constexpr const char* PerftFens[] = {
     "rnbq1k1r/pp1Pbppp/2p5/8/2B5/8/PPP1NnPP/RNBQK2R w KQ - 1 8",
     "r4rk1/1pp1qppp/p1np1n2/2b1p1B1/2B1P1b1/P1NP1N2/1PP1QPPP/R4RK1 w - - 0 10",
 };
+
+// The legal move with this UCI text, or the null move.
+inline Move find_move(Board& board, const std::string& uci) {
+    ScoredMove moves[MAX_MOVES];
+    const int n = generate_legal(board, moves, false);
+    for (int i = 0; i < n; ++i)
+        if (move_to_uci(moves[i].move) == uci) return moves[i].move;
+    return NULL_MOVE;
+}
 
 // Plays up to maxPlies random legal moves; stops early at mate or stalemate.
 // Returns the number of moves made (each can be undone with undo_move).
