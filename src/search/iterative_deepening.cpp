@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <climits>
 
 #include "config/engine_config.h"
 #include "movegen/movegen.h"
@@ -85,7 +86,9 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
     score_moves(board, moves, count, ctx, 0, tt ? tt->move : NULL_MOVE, NULL_MOVE);
 
     std::uint64_t nodes = 0;
-    int best = -Infinity;
+    // Below any score: the first move searched is always a best move, so a
+    // root with legal moves never answers with the null move.
+    int best = INT_MIN;
     const int alpha0 = alpha;
     for (int i = 0; i < count; ++i) {
         const Move m = moves[i].move;

@@ -239,8 +239,13 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
         }
     }
 
-    const int bound = best <= alpha0 ? BOUND_UPPER : best < beta ? BOUND_EXACT : BOUND_LOWER;
-    g_tt.store(board.key(), best, bestMove, depth, bound, ply);
+    // A singular verification whose excluded move was the only legal one
+    // searched nothing: its -30001 is no score, and must never reach the
+    // table, where a later search would read it as a mate.
+    if (searched > 0) {
+        const int bound = best <= alpha0 ? BOUND_UPPER : best < beta ? BOUND_EXACT : BOUND_LOWER;
+        g_tt.store(board.key(), best, bestMove, depth, bound, ply);
+    }
     return best;
 }
 
