@@ -1,5 +1,7 @@
 #include "config/config_loader.h"
 
+#include <algorithm>
+#include <climits>
 #include <cmath>
 #include <fstream>
 #include <iostream>
@@ -120,8 +122,12 @@ void rescale_to_pawn_100(EngineConfig& config) {
         if (name == "material_pawn" || name == "auto_rescale_on_load" || has_search_prefix(name) || isSwitch ||
             listed(searchExactNames, name) || listed(tunableButNotCp, name))
             continue;
-        for (int i = 0; i < field.count; ++i)
-            field.ptr[i] = static_cast<int>(std::round(field.ptr[i] * factor));  // halves away from zero
+        for (int i = 0; i < field.count; ++i) {
+            // Halves round away from zero; a product beyond 32 bits (a huge
+            // weight with a tiny pawn) saturates instead of wrapping.
+            const double scaled = std::round(field.ptr[i] * factor);
+            field.ptr[i] = static_cast<int>(std::clamp(scaled, double(INT_MIN), double(INT_MAX)));
+        }
         ++rescaled;
     }
     config.material_pawn = 100;

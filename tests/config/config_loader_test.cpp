@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
@@ -81,7 +82,10 @@ TEST_F(ConfigLoaderTest, BoundsAreEnforcedAfterLoading) {
 TEST_F(ConfigLoaderTest, RescalingToAHundredUnitPawn) {
     const std::string err = load("auto_rescale_on_load 1 material_pawn 80\n");
     EXPECT_NE(err.find(p() + " : auto_rescale_on_load actif, material_pawn=80 != 100\n"), std::string::npos);
-    EXPECT_NE(err.find("info string remise a l'echelle automatique appliquee (facteur=1.25, "), std::string::npos);
+    // Of the 222 keys, 115 hold centipawns: the rest are search, time,
+    // ordering, ratio or switch keys, plus the pawn itself and the request.
+    EXPECT_NE(err.find("info string remise a l'echelle automatique appliquee (facteur=1.25, 115 champs)\n"),
+              std::string::npos);
     EXPECT_EQ(config.material_pawn, 100);
     EXPECT_EQ(config.material_knight, 420);
     EXPECT_EQ(config.pst_pawn_mg[8], -8);           // -7.5 rounds away from zero
@@ -91,6 +95,16 @@ TEST_F(ConfigLoaderTest, RescalingToAHundredUnitPawn) {
     EXPECT_EQ(config.mobility_enabled, 1);          // switches never scale
     EXPECT_EQ(config.countermove_bonus_score, 850000);
     EXPECT_EQ(config.kaufman_knight_per_pawn, 6);   // not reachable from files
+}
+
+TEST_F(ConfigLoaderTest, RescalingSaturatesInsteadOfOverflowing) {
+    // material_pawn 0 is raised to 1 by the bounds, so every weight is
+    // multiplied by 100 and these two leave the 32-bit range.
+    load("auto_rescale_on_load 1 material_pawn 0 material_queen 2000000000 bishop_pair_bonus_mg -2000000000");
+    EXPECT_EQ(config.material_pawn, 100);
+    EXPECT_EQ(config.material_queen, INT_MAX);
+    EXPECT_EQ(config.bishop_pair_bonus_mg, INT_MIN);
+    EXPECT_EQ(config.material_knight, 33600);
 }
 
 TEST_F(ConfigLoaderTest, GarbageNeverCrashesNorTouchesUnnamedFields) {
