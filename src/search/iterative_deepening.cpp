@@ -5,7 +5,7 @@
 #include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
-#include "search/tablebase_seam.h"
+#include "tablebase/syzygy.h"
 #include "search/tt.h"
 
 namespace morvane {
@@ -25,7 +25,7 @@ std::uint64_t elapsed_ms(Clock::time_point start) {
 // Expected number of moves left to the time control, by game phase.
 int base_moves_to_go(const Board& b) {
     const EngineConfig& c = g_config;
-    if (popcount(b.occupied) <= tablebase_largest_pieces() + c.time_syzygy_zone_margin) return c.time_movestogo_syzygy_zone;
+    if (popcount(b.occupied) <= static_cast<int>(TB_LARGEST) + c.time_syzygy_zone_margin) return c.time_movestogo_syzygy_zone;
     int phase = 0;
     for (Color side : {WHITE, BLACK})
         phase += popcount(b.pieces[side][KNIGHT]) + popcount(b.pieces[side][BISHOP]) +
@@ -71,7 +71,7 @@ std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits) {
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta, RootScores* rootScores) {
     SearchResult result;
     result.depth = depth;
-    if (tablebase_root_probe(board, result)) {
+    if (syzygy_root_probe(board, result)) {
         result.depth = depth;
         return result;
     }

@@ -8,7 +8,7 @@
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/see.h"
-#include "search/tablebase_seam.h"
+#include "tablebase/syzygy.h"
 #include "search/tt.h"
 
 namespace morvane {
@@ -205,7 +205,7 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
         int score = 0;
         int tbScore = 0;
         const bool zeroing = board.state().halfmove == 0;
-        if (zeroing && newDepth >= c.syzygy_probe_depth && tablebase_probe_search(board, ply + 1, tbScore)) {
+        if (zeroing && newDepth >= c.syzygy_probe_depth && syzygy_probe_search(board, ply + 1, tbScore)) {
             score = -tbScore;
             if (ply + 1 < MAX_PLY) ctx.pvLength[ply + 1] = 0;
         } else {

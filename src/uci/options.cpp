@@ -4,6 +4,7 @@
 #include "config/config_loader.h"
 #include "search/search_flags.h"
 #include "search/tt.h"
+#include "tablebase/syzygy.h"
 #include "uci/commands.h"
 
 namespace morvane {
@@ -45,6 +46,12 @@ void set_config_path(const std::string& value) {
               << '"' << value << '"' << std::endl;
 }
 
+void set_syzygy_path(const std::string& value) {
+    const bool usable = syzygy_init(value);
+    std::cerr << "info string SyzygyPath=\"" << value << "\" -> " << (usable ? "actif" : "aucune tablebase disponible")
+              << ", max_pieces=" << TB_LARGEST << std::endl;
+}
+
 }  // namespace
 
 void print_options(std::ostream& out) {
@@ -63,6 +70,7 @@ void cmd_setoption(std::istringstream& rest) {
     std::string value = join_until(rest, "");
     if (value == "<empty>") value.clear();
     if (name == "Hash") set_hash_option(value);
+    else if (name == "SyzygyPath") set_syzygy_path(value);
     else if (name == "ConfigPath") set_config_path(value);
     else if (!set_check_option(name, value)) std::cerr << "info string option inconnue: " << name << std::endl;
 }

@@ -5,6 +5,7 @@
 
 #include "config/config_loader.h"
 #include "search/tt.h"
+#include "tablebase/syzygy.h"
 #include "uci/commands.h"
 
 namespace morvane {
@@ -79,6 +80,7 @@ bool dispatch(Board& board, const std::string& command, std::istringstream& toke
 void uci_loop(std::istream& in) {
     Board board;
     load_config("Morvane047.cfg", g_config);  // optional: a missing file is not reported
+    syzygy_init("");                          // the embedded tables, through the cache
     std::string line;
     while (std::getline(in, line))
         if (!execute_uci_command(board, line)) break;

@@ -121,8 +121,9 @@ TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
     EXPECT_EQ(engine.wait_for("bestmove ", 10000), "bestmove 0000");
     engine.send("position fen 6k1/8/6K1/8/8/8/8/Q7 w - - 0 1");
     engine.send("go depth 3");
-    std::vector<std::string> lines;
-    EXPECT_EQ(engine.wait_for("bestmove ", 10000, &lines), "bestmove a1a8");
+    // Both queen moves mate; the tables and the search may pick either.
+    const auto mate = engine.wait_for("bestmove ", 10000);
+    EXPECT_TRUE(mate == "bestmove a1a8" || mate == "bestmove a1g7") << mate.value_or("(none)");
     engine.send("go depth 2 wtime abc");  // a bad number is skipped, the search still runs
     EXPECT_TRUE(engine.wait_for("bestmove ", 10000));
 }

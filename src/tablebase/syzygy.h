@@ -1,0 +1,28 @@
+// How the engine uses the endgame tables: choosing them at start-up or on a
+// SyzygyPath change, scoring positions inside the search, and deciding the
+// root move outright.
+#pragma once
+
+#include <string>
+
+#include "core/board.h"
+#include "tablebase/tbprobe.h"
+
+namespace morvane {
+
+struct SearchResult;
+
+// Tables of `path` (directories separated by ':'), else the embedded tables
+// written to the cache. True when some table is usable afterwards;
+// TB_LARGEST then gives the largest piece count covered.
+bool syzygy_init(const std::string& path);
+
+// Win/draw/loss score of a position just reached by a capture or pawn move:
+// 20000 - ply for a win, ply - 20000 for a loss, 0 otherwise (a win or loss
+// that the fifty-move rule spoils counts as a draw).
+bool syzygy_probe_search(const Board& board, int ply, int& score);
+
+// The move the tables rank best at the root, with its score.
+bool syzygy_root_probe(Board& board, SearchResult& result);
+
+}  // namespace morvane

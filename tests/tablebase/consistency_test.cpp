@@ -1,0 +1,129 @@
+// Every table, decoded through the reader, must agree with itself one move
+// ahead: a position's win/draw/loss value is the best its moves reach, and
+// its distance to zeroing is the best distance among those moves. A wrong
+// index, a misread block or a stored "don't care" value the reader trusts
+// by mistake breaks this somewhere in a few hundred random positions.
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "core/position_check.h"
+#include "movegen/movegen.h"
+#include "tablebase/embedded.h"
+#include "tb_support.h"
+
+namespace morvane {
+namespace {
+
+unsigned wdl_of(const Board& b) {
+    test::TbProbeArgs a = test::probe_args(b);
+    return tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
+}
+
+int dtz_of(const Board& b, int& success) {
+    test::TbProbeArgs a = test::probe_args(b);
+    return tb_probe_dtz_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn, &success);
+}
+
+// A random legal placement of the table's pieces, White being the side
+// written first; side to move random.
+bool random_position(const std::string& table, std::mt19937_64& rng, Board& board) {
+    char squares[64];
+    std::fill(std::begin(squares), std::end(squares), '.');
+    const std::size_t v = table.find('v');
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        if (i == v) continue;
+        int sq;
+        do sq = static_cast<int>(rng() % 64);
+        while (squares[sq] != '.');
+        squares[sq] = i < v ? table[i] : static_cast<char>(table[i] - 'A' + 'a');
+    }
+    std::string fen;
+    for (int rank = 7; rank >= 0; --rank) {
+        int empty = 0;
+        for (int file = 0; file < 8; ++file) {
+            const char c = squares[rank * 8 + file];
+            if (c == '.') {
+                ++empty;
+                continue;
+            }
+            if (empty) fen += static_cast<char>('0' + empty);
+            empty = 0;
+            fen += c;
+        }
+        if (empty) fen += static_cast<char>('0' + empty);
+        if (rank) fen += '/';
+    }
+    fen += rng() & 1 ? " w - - 0 1" : " b - - 0 1";
+    board.set_fen(fen);
+    return position_problem(board).empty();
+}
+
+struct Outcome {
+    int wdl;  // from the mover's side: 0 loss, 2 draw, 4 win
+    int dtz;  // plies to zeroing, signed, from the mover's side
+};
+
+// What one move achieves for the side that plays it.
+Outcome outcome_of_move(Board& board, Move m) {
+    const bool zeroing = piece_type(board.piece_on(move_from(m))) == PAWN || board.piece_on(move_to(m)) != 0;
+    board.do_move(m);
+    Outcome o{2, 0};
+    ScoredMove replies[MAX_MOVES];
+    if (generate_legal(board, replies, false) == 0) {
+        o = board.checkers() ? Outcome{4, 1} : Outcome{2, 0};
+    } else if (zeroing) {
+        const int w = 4 - static_cast<int>(wdl_of(board));
+        o = {w, w == 4 ? 1 : w == 0 ? -1 : 0};
+    } else {
+        int success = 0;
+        const int d = dtz_of(board, success);
+        EXPECT_NE(success, 0) << board.fen();
+        o = d < 0 ? Outcome{4, 1 - d} : d > 0 ? Outcome{0, -d - 1} : Outcome{2, 0};
+    }
+    board.undo_move();
+    return o;
+}
+
+TEST(TablebaseConsistency, EveryTableAgreesWithItsSuccessors) {
+    test::load_embedded_tables();
+    ASSERT_EQ(TB_LARGEST, 4u);
+    std::mt19937_64 rng(8);
+    int checked = 0;
+    for (const auto* group : {syzygy_embedded::files_3, syzygy_embedded::files_4}) {
+        const int count = group == syzygy_embedded::files_3 ? 10 : 60;
+        for (int i = 0; i < count; i += 2) {
+            std::string table = group[i].name;
+            table.resize(table.find('.'));
+            for (int done = 0; done < 150;) {
+                Board board;
+                if (!random_position(table, rng, board)) continue;
+                ScoredMove moves[MAX_MOVES];
+                const int n = generate_legal(board, moves, false);
+                if (n == 0) continue;
+                ++done;
+                const unsigned wdl = wdl_of(board);
+                int success = 0;
+                const int dtz = dtz_of(board, success);
+                ASSERT_NE(wdl, TB_RESULT_FAILED) << board.fen();
+                ASSERT_NE(success, 0) << board.fen();
+
+                int bestWdl = 0, winDtz = 1000, lossDtz = 0;
+                for (int k = 0; k < n; ++k) {
+                    const Outcome o = outcome_of_move(board, moves[k].move);
+                    bestWdl = std::max(bestWdl, o.wdl);
+                    if (o.wdl == 4) winDtz = std::min(winDtz, o.dtz);
+                    if (o.wdl == 0) lossDtz = std::min(lossDtz, o.dtz);
+                }
+                ASSERT_EQ(static_cast<int>(wdl), bestWdl) << board.fen();
+                const int expected = bestWdl == 4 ? winDtz : bestWdl == 0 ? lossDtz : 0;
+                ASSERT_EQ(dtz, expected) << board.fen();
+                ++checked;
+            }
+        }
+    }
+    EXPECT_EQ(checked, 35 * 150);
+}
+
+}  // namespace
+}  // namespace morvane

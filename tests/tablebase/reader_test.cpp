@@ -1,0 +1,182 @@
+#include <gtest/gtest.h>
+
+#include <fstream>
+
+#include "movegen/movegen.h"
+#include "tb_support.h"
+
+namespace morvane {
+namespace {
+
+using test::probe_dtz_fen;
+using test::probe_root_fen;
+using test::probe_wdl_fen;
+
+TEST(TablebaseReader, EmptyPathLoadsNothing) {
+    EXPECT_TRUE(tb_init(""));
+    EXPECT_EQ(TB_LARGEST, 0u);
+    EXPECT_TRUE(tb_init("<empty>"));
+    EXPECT_EQ(TB_LARGEST, 0u);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/8/8/1Q6/K1k5 w - - 0 1"), TB_RESULT_FAILED);
+}
+
+TEST(TablebaseReader, EmbeddedTablesAnswer) {
+    test::load_embedded_tables();
+    EXPECT_EQ(TB_LARGEST, 4u);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1"), TB_WIN);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 b - - 0 1"), TB_LOSS);
+    // The same material with colours exchanged reads the one KQvK file.
+    EXPECT_EQ(probe_wdl_fen("k7/1q6/8/4K3/8/8/8/8 b - - 0 1"), TB_WIN);
+    EXPECT_EQ(probe_wdl_fen("k7/1q6/8/4K3/8/8/8/8 w - - 0 1"), TB_LOSS);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1B6/K7 w - - 0 1"), TB_DRAW);
+    // Black to move takes the hanging queen: a draw, found by the capture.
+    EXPECT_EQ(probe_wdl_fen("7K/8/8/8/8/8/1Qk5/8 b - - 0 1"), TB_DRAW);
+    // Six pieces are not in the tables.
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/2p5/1QP5/KR6 w - - 0 1"), TB_RESULT_FAILED);
+    // Nor is an illegal position (the side not to move in check).
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/8/8/1Q6/k1K5 w - - 0 1"), TB_RESULT_FAILED);
+}
+
+// The longest published wins, probed from their own positions.
+TEST(TablebaseReader, LongestWinsHaveTheirDistance) {
+    test::load_embedded_tables();
+    struct Case {
+        const char* fen;
+        int dtz;
+    } cases[] = {
+        {"8/8/8/8/4k3/8/1Q6/K7 b - - 0 1", -20},       {"8/8/8/8/8/8/2Rk4/1K6 b - - 0 1", -32},
+        {"8/8/8/6B1/8/8/4k3/1K5N b - - 0 1", -66},     {"8/8/2k5/1r6/8/8/8/2KQ4 b - - 0 1", -62},
+        {"8/8/7k/8/7K/1P6/8/8 b - - 0 1", -20},        {"8/7k/1p6/1P6/7K/8/8/8 w - - 0 1", 21},
+        {"3Q4/3K4/8/8/3k4/8/3p4/8 b - - 0 1", -53},    {"8/8/8/8/8/8/8/qk1K2Q1 w - - 0 1", 19},
+        {"5R2/8/8/8/8/k7/8/2K3n1 b - - 0 1", -54},     {"7K/8/p7/8/k7/7R/8/8 w - - 0 1", 25},
+        {"8/8/8/8/5R2/3k4/2p2K2/8 w - - 0 1", -20},    {"8/1P6/Pk6/8/8/8/8/K7 b - - 0 1", -15},
+    };
+    for (const Case& c : cases) {
+        int success = 0;
+        EXPECT_EQ(probe_dtz_fen(c.fen, &success), c.dtz) << c.fen;
+        EXPECT_NE(success, 0) << c.fen;
+    }
+}
+
+// Every value must follow from the values one move later: a win has a
+// move to a loss, a loss has only moves to wins.
+TEST(TablebaseReader, ValuesAgreeWithTheirSuccessors) {
+    test::load_embedded_tables();
+    const char* fens[] = {
+        "8/8/8/3k4/8/8/2R5/K7 w - - 0 1",       "8/8/2k5/1r6/8/8/8/2KQ4 b - - 0 1", "8/8/8/7k/1p6/1P6/7K/8 b - - 0 1",
+        "8/3k4/8/8/8/2K5/5P2/6r1 w - - 0 1",    "8/8/4k3/8/3n4/8/2P5/3K4 w - - 0 1", "8/8/8/8/2k5/5b2/1B6/3K4 w - - 0 1",
+        "8/5k2/8/8/3P4/8/3P4/3K4 b - - 0 1",    "8/8/8/4k3/8/8/1q6/1K5Q w - - 0 1",
+        // en passant captures available
+        "8/8/8/8/1Pp5/2K5/8/k7 b - b3 0 1",     "k7/8/8/8/1Pp5/8/8/7K b - b3 0 1",
+        "8/8/8/k7/1Pp5/8/8/2K5 b - b3 0 1",
+    };
+    for (const char* fen : fens) {
+        Board b;
+        b.set_fen(fen);
+        ScoredMove moves[MAX_MOVES];
+        int n = generate_legal(b, moves, false);
+        unsigned v = probe_wdl_fen(fen);
+        ASSERT_NE(v, TB_RESULT_FAILED) << fen;
+        int best = -1;
+        for (int i = 0; i < n; ++i) {
+            b.do_move(moves[i].move);
+            unsigned c = probe_wdl_fen(b.fen());
+            b.undo_move();
+            ASSERT_NE(c, TB_RESULT_FAILED) << fen;
+            best = std::max(best, 4 - static_cast<int>(c));
+        }
+        if (n > 0) {
+            EXPECT_EQ(static_cast<int>(v), best) << fen;
+        }
+    }
+}
+
+TEST(TablebaseReader, RootRanksByDistance) {
+    test::load_embedded_tables();
+    // KQvK: the move must keep the win and its distance is the position's.
+    const char* kqk = "8/8/8/8/4k3/8/1Q6/K7 w - - 0 1";
+    int success = 0;
+    int dtz = probe_dtz_fen(kqk, &success);
+    ASSERT_GT(dtz, 1);
+    unsigned r = probe_root_fen(kqk);
+    ASSERT_NE(r, TB_RESULT_FAILED);
+    EXPECT_EQ(tb_result_wdl(r), TB_WIN);
+    EXPECT_EQ(tb_result_dtz(r), static_cast<unsigned>(dtz));
+    // Mate and stalemate are reported as such.
+    EXPECT_EQ(probe_root_fen("8/8/8/8/8/8/1Q6/k1K5 b - - 0 1"), TB_RESULT_CHECKMATE);
+    EXPECT_EQ(probe_root_fen("k7/2Q5/1K6/8/8/8/8/8 b - - 0 1"), TB_RESULT_STALEMATE);
+    // The half-move clock spoils a win that needs more than the rest of the
+    // fifty moves.
+    EXPECT_EQ(tb_result_wdl(probe_root_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 99 1")), TB_CURSED_WIN);
+    // A pawn promotes to a queen when that wins fastest.
+    unsigned promo = probe_root_fen("8/1P6/8/8/8/5k2/8/K7 w - - 0 1");
+    EXPECT_EQ(tb_result_promotes(promo), 1u);
+    EXPECT_EQ(tb_result_from(promo), 49u);
+}
+
+TEST(TablebaseReader, DrawingMoveChoiceIsStable) {
+    test::load_embedded_tables();
+    const char* fen = "r7/8/3k4/8/8/3K4/8/7R w - - 0 1";
+    unsigned first = probe_root_fen(fen);
+    ASSERT_NE(first, TB_RESULT_FAILED);
+    EXPECT_EQ(tb_result_wdl(first), TB_DRAW);
+    for (int i = 0; i < 3; ++i) EXPECT_EQ(probe_root_fen(fen), first);
+}
+
+class TablebaseFiles : public ::testing::Test {
+protected:
+    void SetUp() override {
+        std::filesystem::create_directories(dir_);
+        for (const char* name : {"KQvK.rtbw", "KQvK.rtbz", "KRvK.rtbw", "KRvK.rtbz"})
+            std::filesystem::copy_file(std::filesystem::path(test::shared_table_dir()) / name, dir_ / name);
+    }
+    void TearDown() override {
+        std::filesystem::remove_all(scratch_.path() / "files");
+        tb_init("");
+    }
+    void overwrite(const char* name, std::size_t offset, const std::string& bytes) {
+        std::fstream f(dir_ / name, std::ios::in | std::ios::out | std::ios::binary);
+        f.seekp(static_cast<std::streamoff>(offset));
+        f.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
+    }
+    test::ScratchTmpdir scratch_;
+    std::filesystem::path dir_ = scratch_.path() / "files";
+};
+
+TEST_F(TablebaseFiles, IncompleteFileIsReportedAndLeftOut) {
+    std::filesystem::resize_file(dir_ / "KRvK.rtbw", 100);
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    tb_init(dir_.c_str());
+    std::string out = testing::internal::GetCapturedStdout();
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_NE(err.find("Incomplete tablebase file KRvK..rtbw"), std::string::npos);
+    EXPECT_NE(out.find("info string Incomplete tablebase file KRvK..rtbw"), std::string::npos);
+    EXPECT_EQ(TB_LARGEST, 3u);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1R6/K7 w - - 0 1"), TB_RESULT_FAILED);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1"), TB_WIN);
+}
+
+TEST_F(TablebaseFiles, CorruptedTableFailsOnFirstProbeOnly) {
+    overwrite("KRvK.rtbw", 0, "\x01\x02\x03\x04");
+    tb_init(dir_.c_str());
+    EXPECT_EQ(TB_LARGEST, 3u);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1R6/K7 w - - 0 1"), TB_RESULT_FAILED);
+    EXPECT_NE(testing::internal::GetCapturedStderr().find("Corrupted table."), std::string::npos);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1"), TB_WIN);
+}
+
+TEST_F(TablebaseFiles, ForeignTableIsSkippedAtInit) {
+    overwrite("KRvK.rtbw", 4, "ABCD");
+    testing::internal::CaptureStderr();
+    tb_init(dir_.c_str());
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_NE(err.find("info string Table KRvK.rtbw ignoree"), std::string::npos);
+    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1R6/K7 w - - 0 1"), TB_RESULT_FAILED);
+    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1"), TB_WIN);
+}
+
+}  // namespace
+}  // namespace morvane

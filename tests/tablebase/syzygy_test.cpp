@@ -1,0 +1,89 @@
+#include <gtest/gtest.h>
+
+#include "search/search.h"
+#include "tablebase/syzygy.h"
+#include "tb_support.h"
+
+namespace morvane {
+namespace {
+
+class SyzygyUse : public ::testing::Test {
+protected:
+    void SetUp() override {
+        test::shared_table_dir();  // extract once, under a scratch TMPDIR
+        ASSERT_TRUE(syzygy_init(test::shared_table_dir()));
+    }
+    void TearDown() override { tb_init(""); }
+};
+
+TEST_F(SyzygyUse, SearchProbeScoresByPly) {
+    Board b;
+    b.set_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1");
+    int score = 0;
+    ASSERT_TRUE(syzygy_probe_search(b, 5, score));
+    EXPECT_EQ(score, 19995);
+    b.set_fen("8/8/8/8/4k3/8/1Q6/K7 b - - 0 1");
+    ASSERT_TRUE(syzygy_probe_search(b, 7, score));
+    EXPECT_EQ(score, -19993);
+    b.set_fen("8/8/8/8/4k3/8/1B6/K7 w - - 0 1");
+    ASSERT_TRUE(syzygy_probe_search(b, 3, score));
+    EXPECT_EQ(score, 0);
+}
+
+TEST_F(SyzygyUse, HalfMoveClockStopsOnlyTheSearchProbe) {
+    Board b;
+    b.set_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 1 1");
+    int score = 0;
+    EXPECT_FALSE(syzygy_probe_search(b, 5, score));
+    SearchResult r;
+    ASSERT_TRUE(syzygy_root_probe(b, r));
+    EXPECT_EQ(r.score, 20000);
+    ASSERT_EQ(r.pv.size(), 1u);
+    EXPECT_EQ(r.pv[0], r.best_move);
+}
+
+TEST_F(SyzygyUse, RefusedPositions) {
+    Board b;
+    int score = 0;
+    SearchResult r;
+    // Six pieces.
+    b.set_fen("8/8/8/8/4k3/2p5/1QP5/KR6 w - - 0 1");
+    EXPECT_FALSE(syzygy_probe_search(b, 1, score));
+    EXPECT_FALSE(syzygy_root_probe(b, r));
+    // Castling rights.
+    b.set_fen("4k3/8/8/8/8/8/8/R3K3 w Q - 0 1");
+    EXPECT_FALSE(syzygy_probe_search(b, 1, score));
+    EXPECT_FALSE(syzygy_root_probe(b, r));
+    // Stalemate and mate are left to the search.
+    b.set_fen("k7/2Q5/1K6/8/8/8/8/8 b - - 0 1");
+    EXPECT_FALSE(syzygy_root_probe(b, r));
+    b.set_fen("8/8/8/8/8/8/1Q6/k1K5 b - - 0 1");
+    EXPECT_FALSE(syzygy_root_probe(b, r));
+}
+
+TEST_F(SyzygyUse, RootMoveEncodesPromotion) {
+    Board b;
+    b.set_fen("8/1P6/8/8/8/5k2/8/K7 w - - 0 1");
+    SearchResult r;
+    ASSERT_TRUE(syzygy_root_probe(b, r));
+    EXPECT_EQ(r.best_move, make_move(49, 57, FLAG_PROMOTION, 3));
+    EXPECT_EQ(r.score, 20000);
+}
+
+TEST(SyzygyInit, EmptyDirectoryFallsBackToEmbeddedTables) {
+    test::shared_table_dir();
+    test::ScratchTmpdir tmp;
+    std::filesystem::create_directories(tmp.path() / "empty");
+    std::string path = (tmp.path() / "empty").string();
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(syzygy_init(path));
+    std::string err = testing::internal::GetCapturedStderr();
+    EXPECT_NE(err.find("info string SyzygyPath \"" + path +
+                       "\" : aucune tablebase utilisable, repli sur les donnees embarquees\n"),
+              std::string::npos);
+    EXPECT_EQ(TB_LARGEST, 4u);
+    tb_init("");
+}
+
+}  // namespace
+}  // namespace morvane

@@ -1,0 +1,87 @@
+// Scratch temporary directories for the table tests: the cache lives under
+// temp_directory_path(), which follows TMPDIR.
+#pragma once
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include "core/board.h"
+#include "tablebase/cache.h"
+#include "tablebase/tbprobe.h"
+
+namespace morvane::test {
+
+class ScratchTmpdir {
+public:
+    ScratchTmpdir() {
+        char pattern[] = "/tmp/morvane_tb_XXXXXX";
+        dir_ = mkdtemp(pattern);
+        const char* old = std::getenv("TMPDIR");
+        hadOld_ = old != nullptr;
+        if (old) old_ = old;
+        setenv("TMPDIR", dir_.c_str(), 1);
+    }
+    ~ScratchTmpdir() {
+        if (hadOld_)
+            setenv("TMPDIR", old_.c_str(), 1);
+        else
+            unsetenv("TMPDIR");
+        std::error_code ec;
+        std::filesystem::permissions(cache(), std::filesystem::perms::owner_all, ec);
+        std::filesystem::remove_all(dir_, ec);
+    }
+    std::filesystem::path path() const { return dir_; }
+    std::filesystem::path cache() const { return std::filesystem::path(dir_) / "morvane_syzygy_cache"; }
+
+private:
+    std::string dir_, old_;
+    bool hadOld_ = false;
+};
+
+// One extraction shared by the probing tests of this process.
+inline const std::string& shared_table_dir() {
+    static ScratchTmpdir scratch;
+    static std::string dir = extract_embedded_to_cache();
+    return dir;
+}
+
+inline void load_embedded_tables() { tb_init(shared_table_dir().c_str()); }
+
+struct TbProbeArgs {
+    std::uint64_t w, b, k, q, r, bi, n, p;
+    unsigned ep;
+    bool turn;
+};
+
+inline TbProbeArgs probe_args(const Board& board) {
+    auto both = [&](int t) { return board.pieces[WHITE][t] | board.pieces[BLACK][t]; };
+    int ep = board.state().epSquare;
+    return {board.byColor[WHITE], board.byColor[BLACK], both(KING), both(QUEEN), both(ROOK), both(BISHOP),
+            both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : unsigned(ep), board.side == WHITE};
+}
+
+inline unsigned probe_wdl_fen(const std::string& fen) {
+    Board b;
+    b.set_fen(fen);
+    TbProbeArgs a = probe_args(b);
+    return tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
+}
+
+inline int probe_dtz_fen(const std::string& fen, int* success) {
+    Board b;
+    b.set_fen(fen);
+    TbProbeArgs a = probe_args(b);
+    return tb_probe_dtz_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn, success);
+}
+
+inline unsigned probe_root_fen(const std::string& fen, unsigned* results = nullptr) {
+    Board b;
+    b.set_fen(fen);
+    TbProbeArgs a = probe_args(b);
+    unsigned buffer[257];
+    return tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, b.state().halfmove, a.ep, a.turn,
+                              results ? results : buffer);
+}
+
+}  // namespace morvane::test
