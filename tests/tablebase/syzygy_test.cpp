@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <fstream>
+
 #include "search/search.h"
+#include "support/capture.h"
 #include "tablebase/syzygy.h"
 #include "tb_support.h"
+#include "uci/uci_loop.h"
 
 namespace morvane {
 namespace {
@@ -82,6 +86,29 @@ TEST(SyzygyInit, EmptyDirectoryFallsBackToEmbeddedTables) {
                        "\" : aucune tablebase utilisable, repli sur les donnees embarquees\n"),
               std::string::npos);
     EXPECT_EQ(TB_LARGEST, 4u);
+    tb_init("");
+}
+
+// The UCI option reports what the tables became.
+TEST(SyzygyInit, SyzygyPathOptionReportsTheOutcome) {
+    Board board;
+    test::CapturedStreams io;
+    {
+        test::ScratchTmpdir tmp;
+        execute_uci_command(board, "setoption name SyzygyPath value <empty>");
+        EXPECT_NE(io.err().find("info string SyzygyPath=\"\" -> actif, max_pieces=4\n"), std::string::npos);
+    }
+    {
+        // No cache can be made where a file stands in the way.
+        test::ScratchTmpdir tmp;
+        std::ofstream(tmp.cache()) << "in the way";
+        io.clear();
+        execute_uci_command(board, "setoption name SyzygyPath value " + tmp.path().string());
+        EXPECT_NE(io.err().find("aucune tablebase utilisable"), std::string::npos);
+        EXPECT_NE(io.err().find("info string SyzygyPath=\"" + tmp.path().string() +
+                                "\" -> aucune tablebase disponible, max_pieces=0\n"),
+                  std::string::npos);
+    }
     tb_init("");
 }
 
