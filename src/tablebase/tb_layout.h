@@ -254,6 +254,7 @@ struct Part {
     Code runs;
     const unsigned char* offsets = nullptr;  // (blocks + 1) u32
     const unsigned char* stream = nullptr;
+    std::uint64_t streamBits = 0;
 };
 
 // Parses a part at p (bounded by end); false when it does not fit.
@@ -273,16 +274,19 @@ inline bool setup_part(const unsigned char* p, const unsigned char* end, int blo
     if (static_cast<std::uint64_t>(end - p) < 4ull * (part.blocks + 1) + 8) return false;
     part.offsets = p;
     part.stream = p + 4ull * (part.blocks + 1);
-    std::uint64_t streamBits = read_u32(part.offsets + 4ull * part.blocks);
-    return static_cast<std::uint64_t>(end - part.stream) >= streamBits / 8 + 8;
+    part.streamBits = read_u32(part.offsets + 4ull * part.blocks);
+    return static_cast<std::uint64_t>(end - part.stream) >= part.streamBits / 8 + 8;
 }
 
-// Value stored at one index of a part.
+// Value stored at one index of a part, or -1 when a damaged file would lead
+// the decoder outside its stream.
 inline int part_value(const Part& part, std::uint32_t idx) {
     std::uint32_t block = idx >> part.blockShift;
+    if (block >= part.blocks) return -1;
     std::uint32_t left = idx & ((1u << part.blockShift) - 1);
     std::uint64_t pos = read_u32(part.offsets + 4ull * block);
     for (;;) {
+        if (pos >= part.streamBits) return -1;
         std::uint64_t bits = peek_bits(part.stream, pos);
         int ve = part.values.entry[bits >> (64 - maxCodeLength)];
         int vl = ve & 15;
@@ -297,6 +301,7 @@ inline int part_value(const Part& part, std::uint32_t idx) {
         int re = part.runs.entry[bits >> (64 - maxCodeLength)];
         int rl = re & 15;
         int k = re >> 4;
+        if (k > 30) return -1;
         bits <<= rl;
         std::uint32_t len = (1u << k) + (k ? static_cast<std::uint32_t>(bits >> (64 - k)) : 0u);
         if (left < len) return symbol - 256;

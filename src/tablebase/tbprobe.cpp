@@ -452,6 +452,10 @@ int probe_table(const TbPos& p, int kind, int* success) {
         return 0;
     }
     int v = tb::part_value(f.parts[side], idx);
+    if (v < 0) {
+        *success = 0;
+        return 0;
+    }
     return kind == WDL ? v - 2 : v;
 }
 
