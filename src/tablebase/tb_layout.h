@@ -89,6 +89,8 @@ inline bool parse_material(const std::string& name, Material& m) {
         else
             others[no++] = t + 8 * colour;
     }
+    // Our layout holds tables of at most four pieces.
+    if (2 + whiteP + blackP + no > 4) return false;
     m = Material{};
     m.pawns = whiteP + blackP > 0;
     int n = 0;
@@ -99,7 +101,6 @@ inline bool parse_material(const std::string& name, Material& m) {
     m.code[n++] = 6;
     m.code[n++] = 14;
     for (int i = 0; i < no; ++i) m.code[n++] = others[i];
-    if (n > 4 || n < 2) return false;
     m.n = n;
     std::uint32_t sz = m.pawns ? 24 : 10;
     for (int i = 1; i < n; ++i) sz *= 64;

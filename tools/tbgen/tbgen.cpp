@@ -181,8 +181,6 @@ struct Value {
     int dtz;
 };
 
-// Value of any position of the finished tables (or of the one being built,
-// for positions it has already settled), from the side to move.
 // Material key: four bits of count per piece code.
 U64 material_key(const int* code, int n, bool swap) {
     U64 k = 0;
@@ -192,6 +190,8 @@ U64 material_key(const int* code, int n, bool swap) {
 
 std::map<U64, int> g_byKey;
 
+// Value of any position of the finished tables (or of the one being built,
+// for positions it has already settled), from the side to move.
 Value lookup(const Pos& p, int stm) {
     if (p.n == 2) return {DRAW, 0};
     bool swap = false;
