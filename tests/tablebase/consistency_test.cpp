@@ -15,15 +15,8 @@
 namespace morvane {
 namespace {
 
-unsigned wdl_of(const Board& b) {
-    test::TbProbeArgs a = test::probe_args(b);
-    return tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
-}
-
-int dtz_of(const Board& b, int& success) {
-    test::TbProbeArgs a = test::probe_args(b);
-    return tb_probe_dtz_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn, &success);
-}
+using test::probe_dtz;
+using test::probe_wdl;
 
 // A random legal placement of the table's pieces, White being the side
 // written first; side to move random.
@@ -73,11 +66,11 @@ Outcome outcome_of_move(Board& board, Move m) {
     if (generate_legal(board, replies, false) == 0) {
         o = board.checkers() ? Outcome{4, 1} : Outcome{2, 0};
     } else if (zeroing) {
-        const int w = 4 - static_cast<int>(wdl_of(board));
+        const int w = 4 - static_cast<int>(probe_wdl(board));
         o = {w, w == 4 ? 1 : w == 0 ? -1 : 0};
     } else {
         int success = 0;
-        const int d = dtz_of(board, success);
+        const int d = probe_dtz(board, &success);
         EXPECT_NE(success, 0) << board.fen();
         o = d < 0 ? Outcome{4, 1 - d} : d > 0 ? Outcome{0, -d - 1} : Outcome{2, 0};
     }
@@ -102,9 +95,9 @@ TEST(TablebaseConsistency, EveryTableAgreesWithItsSuccessors) {
                 const int n = generate_legal(board, moves, false);
                 if (n == 0) continue;
                 ++done;
-                const unsigned wdl = wdl_of(board);
+                const unsigned wdl = probe_wdl(board);
                 int success = 0;
-                const int dtz = dtz_of(board, success);
+                const int dtz = probe_dtz(board, &success);
                 ASSERT_NE(wdl, TB_RESULT_FAILED) << board.fen();
                 ASSERT_NE(success, 0) << board.fen();
 

@@ -16,10 +16,7 @@ namespace {
 
 constexpr int StartupMs = 30000;
 
-unsigned wdl_of(const Board& b) {
-    test::TbProbeArgs a = test::probe_args(b);
-    return tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
-}
+using test::probe_wdl;
 
 // The move the tables rank best: the longest resistance for a losing side,
 // the fastest conversion for a winning one.
@@ -81,7 +78,7 @@ TEST_F(EndgamePlay, WonEndingsAreMatedWithinFiftyMoves) {
             SCOPED_TRACE(std::string(fen) + (bestDefence ? " against the tables" : " against random moves"));
             Board board;
             board.set_fen(fen);
-            ASSERT_EQ(wdl_of(board), TB_WIN);
+            ASSERT_EQ(probe_wdl(board), TB_WIN);
             std::string moves;
             bool mated = false;
             for (int ply = 0; ply < 300 && !mated; ++ply) {
@@ -95,7 +92,8 @@ TEST_F(EndgamePlay, WonEndingsAreMatedWithinFiftyMoves) {
                 const Move m = ply % 2 == 0 ? engine_move(board, fen, moves)
                                             : bestDefence ? table_move(board) : random_move(board, rng);
                 ASSERT_NE(m, NULL_MOVE);
-                moves += " " + move_to_uci(m);
+                moves += ' ';
+                moves += move_to_uci(m);
                 board.do_move(m);
             }
             EXPECT_TRUE(mated);
@@ -114,17 +112,18 @@ TEST_F(EndgamePlay, DrawnEndingsAreNeverLost) {
         SCOPED_TRACE(fen);
         Board board;
         board.set_fen(fen);
-        ASSERT_EQ(wdl_of(board), TB_DRAW);
+        ASSERT_EQ(probe_wdl(board), TB_DRAW);
         std::string moves;
         for (int ply = 0; ply < 60; ++ply) {
             ScoredMove list[MAX_MOVES];
             if (generate_legal(board, list, false) == 0 || board.is_insufficient_material()) break;
             const Move m = ply % 2 == 0 ? engine_move(board, fen, moves) : table_move(board);
             ASSERT_NE(m, NULL_MOVE);
-            moves += " " + move_to_uci(m);
+            moves += ' ';
+            moves += move_to_uci(m);
             board.do_move(m);
             if (ply % 2 == 0) {
-                ASSERT_NE(wdl_of(board), TB_WIN) << "the engine's " << move_to_uci(m) << " loses: " << board.fen();
+                ASSERT_NE(probe_wdl(board), TB_WIN) << "the engine's " << move_to_uci(m) << " loses: " << board.fen();
             }
         }
     }

@@ -61,18 +61,26 @@ inline TbProbeArgs probe_args(const Board& board) {
             both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : unsigned(ep), board.side == WHITE};
 }
 
+inline unsigned probe_wdl(const Board& b) {
+    TbProbeArgs a = probe_args(b);
+    return tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
+}
+
+inline int probe_dtz(const Board& b, int* success) {
+    TbProbeArgs a = probe_args(b);
+    return tb_probe_dtz_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn, success);
+}
+
 inline unsigned probe_wdl_fen(const std::string& fen) {
     Board b;
     b.set_fen(fen);
-    TbProbeArgs a = probe_args(b);
-    return tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
+    return probe_wdl(b);
 }
 
 inline int probe_dtz_fen(const std::string& fen, int* success) {
     Board b;
     b.set_fen(fen);
-    TbProbeArgs a = probe_args(b);
-    return tb_probe_dtz_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn, success);
+    return probe_dtz(b, success);
 }
 
 inline unsigned probe_root_fen(const std::string& fen, unsigned* results = nullptr) {
