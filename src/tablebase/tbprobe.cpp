@@ -80,7 +80,9 @@ bool is_legal(const TbPos& p) {
     return k && !attacked(p, tb_lsb(k), p.turn);
 }
 
-std::uint64_t& type_bb(TbPos& p, int type) {
+// The bitboard of one piece type, both colours; const or not as `p` is.
+template <class Pos>
+auto& type_bb(Pos& p, int type) {
     switch (type) {
         case 1: return p.pawns;
         case 2: return p.knights;
@@ -429,8 +431,7 @@ int probe_table(const TbPos& p, int kind, int* success) {
         int type = e->mat.code[i] & 7;
         bool whiteInTable = (e->mat.code[i] >> 3) == 0;
         bool white = swap ? !whiteInTable : whiteInTable;
-        TbPos copy = p;
-        std::uint64_t b = type_bb(copy, type) & side_bb(p, white) & ~used;
+        std::uint64_t b = type_bb(p, type) & side_bb(p, white) & ~used;
         if (!b) {
             *success = 0;
             return 0;
