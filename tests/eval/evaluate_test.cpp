@@ -45,28 +45,20 @@ TEST_F(EvalTest, ColourMirrorScoresTheSame) {
     for (int lazy = 0; lazy < 2; ++lazy) {
         g_config.lazy_eval_enabled = lazy;
         g_config.lazy_eval_tier1_enabled = lazy;
-        for (int game = 0; game < 60; ++game) {
-            board.set_fen(test::PerftFens[game % 6]);
-            for (int ply = 0; ply < 80; ++ply) {
-                ScoredMove moves[MAX_MOVES];
-                const int n = generate_legal(board, moves, false);
-                if (n == 0) break;
-                board.do_move(moves[rng() % n].move);
-                mirrored.set_fen(test::mirror_fen(board.fen()));
-                const int alpha = static_cast<int>(rng() % 600) - 300;
-                if (evaluate(board, alpha, alpha + 50) != evaluate(mirrored, alpha, alpha + 50)) {
-                    // The exchange threats pick the lowest-numbered of two
-                    // equally cheap attackers, which is not colour-blind; that
-                    // must be the only source of a difference.
-                    g_config.threat_see_enabled = 0;
-                    ASSERT_EQ(evaluate(board, alpha, alpha + 50), evaluate(mirrored, alpha, alpha + 50))
-                        << board.fen();
-                    g_config.threat_see_enabled = 1;
-                    ++tieBroken;
-                }
-                ++checked;
+        test::walk_random_games(board, rng, 60, 80, [&](Board& b, const ScoredMove*, int) {
+            mirrored.set_fen(test::mirror_fen(b.fen()));
+            const int alpha = static_cast<int>(rng() % 600) - 300;
+            if (evaluate(b, alpha, alpha + 50) != evaluate(mirrored, alpha, alpha + 50)) {
+                // The exchange threats pick the lowest-numbered of two
+                // equally cheap attackers, which is not colour-blind; that
+                // must be the only source of a difference.
+                g_config.threat_see_enabled = 0;
+                ASSERT_EQ(evaluate(b, alpha, alpha + 50), evaluate(mirrored, alpha, alpha + 50)) << b.fen();
+                g_config.threat_see_enabled = 1;
+                ++tieBroken;
             }
-        }
+            ++checked;
+        });
     }
     EXPECT_GT(checked, 5000);
     EXPECT_LT(tieBroken * 20, checked);

@@ -125,22 +125,14 @@ TEST(MoveGen, RandomGamesKeepGeneratorAndBoardConsistent) {
     // legal-looking pseudo move that is rejected must really expose the king.
     Board board;
     std::mt19937_64 rng(99);
-    for (int game = 0; game < 200; ++game) {
-        board.set_fen(test::PerftFens[game % 6]);
-        for (int ply = 0; ply < 100; ++ply) {
-            ScoredMove moves[MAX_MOVES];
-            const int n = generate_legal(board, moves, false);
-            if (n == 0) break;
-            for (int i = 0; i < n; ++i) {
-                const Color us = board.side;
-                board.do_move(moves[i].move);
-                ASSERT_FALSE(board.attackers_to(board.king_square(us), board.occupied) & board.byColor[us ^ 1]);
-                board.undo_move();
-            }
-            ScoredMove captures[MAX_MOVES];
-            const int c = generate_legal(board, captures, true);
-            ASSERT_LE(c, n);
-            board.do_move(moves[rng() % n].move);
+    test::walk_random_games(board, rng, 200, 100, [](Board& b, const ScoredMove* moves, int n) {
+        for (int i = 0; i < n; ++i) {
+            const Color us = b.side;
+            b.do_move(moves[i].move);
+            ASSERT_FALSE(b.attackers_to(b.king_square(us), b.occupied) & b.byColor[us ^ 1]);
+            b.undo_move();
         }
-    }
+        ScoredMove captures[MAX_MOVES];
+        ASSERT_LE(generate_legal(b, captures, true), n);
+    });
 }

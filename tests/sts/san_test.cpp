@@ -31,20 +31,13 @@ TEST(San, RoundTripsEveryLegalMove) {
     Board board;
     std::mt19937_64 rng(21);
     int checked = 0;
-    for (int game = 0; game < 120; ++game) {
-        board.set_fen(test::PerftFens[game % 6]);
-        for (int ply = 0; ply < 60; ++ply) {
-            ScoredMove moves[MAX_MOVES];
-            const int n = generate_legal(board, moves, false);
-            if (n == 0) break;
-            for (int i = 0; i < n; ++i) {
-                const std::string san = move_to_san(board, moves[i].move);
-                ASSERT_EQ(san_to_move(board, san), moves[i].move) << board.fen() << " " << san;
-                ++checked;
-            }
-            board.do_move(moves[rng() % n].move);
+    test::walk_random_games(board, rng, 120, 60, [&](Board& b, const ScoredMove* moves, int n) {
+        for (int i = 0; i < n; ++i) {
+            const std::string san = move_to_san(b, moves[i].move);
+            ASSERT_EQ(san_to_move(b, san), moves[i].move) << b.fen() << " " << san;
+            ++checked;
         }
-    }
+    });
     EXPECT_GT(checked, 100000);
 }
 

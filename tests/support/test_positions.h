@@ -2,9 +2,10 @@
 // which between them exercise castling, en passant, promotions and pins.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <random>
-
 #include <string>
 
 #include "core/notation.h"
@@ -41,6 +42,25 @@ inline int play_random_moves(Board& board, std::mt19937_64& rng, int maxPlies) {
         board.do_move(moves[rng() % n].move);
     }
     return made;
+}
+
+// Plays `games` random games of at most `plies` moves, starting from the
+// perft positions in turn. visit(board, moves, n) sees every position with
+// its legal moves before the random move is played; the walk stops at the
+// first fatal test failure.
+template <class Visit>
+void walk_random_games(Board& board, std::mt19937_64& rng, int games, int plies, Visit&& visit) {
+    for (int game = 0; game < games; ++game) {
+        board.set_fen(PerftFens[game % 6]);
+        for (int ply = 0; ply < plies; ++ply) {
+            ScoredMove moves[MAX_MOVES];
+            const int n = generate_legal(board, moves, false);
+            if (n == 0) break;
+            visit(board, moves, n);
+            if (::testing::Test::HasFatalFailure()) return;
+            board.do_move(moves[rng() % n].move);
+        }
+    }
 }
 
 }  // namespace morvane::test
