@@ -35,6 +35,10 @@ inline Bitboard bishop_attacks(Square s, Bitboard occupied) {
     return bishopTableFlat[bishopOffset[s] + idx];
 }
 
+// Attacks on an empty board: entry 0 of each square's table.
+inline Bitboard rook_attacks_empty(Square s) { return rookTableFlat[rookOffset[s]]; }
+inline Bitboard bishop_attacks_empty(Square s) { return bishopTableFlat[bishopOffset[s]]; }
+
 extern Bitboard betweenTable[64][64];
 
 // Squares strictly between a and b on a shared line; empty otherwise.

@@ -315,8 +315,8 @@ Bitboard Board::pinned(Color c) const {
     if (!king) return 0;
     Square k = lsb(king);
     Color them = c ^ 1;
-    Bitboard snipers = (rookTableFlat[rookOffset[k]] & (pieces[them][ROOK] | pieces[them][QUEEN])) |
-                       (bishopTableFlat[bishopOffset[k]] & (pieces[them][BISHOP] | pieces[them][QUEEN]));
+    Bitboard snipers = (rook_attacks_empty(k) & (pieces[them][ROOK] | pieces[them][QUEEN])) |
+                       (bishop_attacks_empty(k) & (pieces[them][BISHOP] | pieces[them][QUEEN]));
     Bitboard result = 0;
     while (snipers) {
         Bitboard between = squares_between(k, pop_lsb(snipers)) & occupied;

@@ -51,6 +51,15 @@ inline Bitboard piece_attacks(int type, Square s, Bitboard occ) {
     }
 }
 
+// The same for a bishop, rook or queen on an empty board.
+inline Bitboard empty_board_attacks(int type, Square s) {
+    switch (type) {
+        case BISHOP: return bishop_attacks_empty(s);
+        case ROOK: return rook_attacks_empty(s);
+        default: return bishop_attacks_empty(s) | rook_attacks_empty(s);
+    }
+}
+
 const PawnEntry& probe_pawn_entry(const Board& board);
 
 void apply_pawn_structure(EvalState& s);

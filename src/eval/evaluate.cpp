@@ -53,18 +53,27 @@ void set_piece_values(EvalState& s, int pawnCount) {
 
 void add_material_and_tables(EvalState& s) {
     int phaseSum = 0;
-    for (Color c : {WHITE, BLACK})
+    for (Color c : {WHITE, BLACK}) {
+        // Summed locally: adding into s piece by piece would make the
+        // compiler store and reload the sums around every table read.
+        int mg = 0, eg = 0;
+        const int flip = c == WHITE ? 0 : 56;
         for (int type = PAWN; type <= KING; ++type) {
             const int* mgTable = pst_mg(g_config, type);
             const int* egTable = pst_eg(g_config, type);
             const Bitboard set = s.pieces(c, type);
+            const int count = popcount(set);
+            mg += s.value[type] * count;
+            eg += s.value[type] * count;
             for (Bitboard b = set; b;) {
-                const Square sq = pop_lsb(b);
-                const int i = c == WHITE ? sq : sq ^ 56;
-                s.add(c, mgTable[i] + s.value[type], egTable[i] + s.value[type]);
+                const int i = pop_lsb(b) ^ flip;
+                mg += mgTable[i];
+                eg += egTable[i];
             }
-            phaseSum += PhaseWeight[type] * popcount(set);
+            phaseSum += PhaseWeight[type] * count;
         }
+        s.add(c, mg, eg);
+    }
     s.phase = std::min(phaseSum, 24);
 }
 

@@ -88,6 +88,23 @@ void minority_attack(EvalState& s, Color us) {
     s.add(us, c.minority_attack_bonus_per_rank_mg * ranks, c.minority_attack_bonus_per_rank_eg * ranks);
 }
 
+// The danger from the pieces of one type attacking the king zone: a full
+// weight for each that reaches it, a divided one for each slider that would
+// reach it through one piece of either side.
+template <int Type>
+int zone_attackers(const PieceAttacks& pa, Bitboard zone, Bitboard occupied, int weight, int xrayDivisor) {
+    int danger = 0;
+    for (int i = 0; i < pa.count; ++i) {
+        if (pa.attacks[i] & zone) {
+            danger += weight;
+        } else if (Type != KNIGHT && (empty_board_attacks(Type, pa.square[i]) & zone)) {
+            const Bitboard xray = piece_attacks(Type, pa.square[i], occupied & ~pa.attacks[i]);
+            if (xray & zone) danger += weight / xrayDivisor;
+        }
+    }
+    return danger;
+}
+
 // Danger to our king from the enemy pieces: each piece attacking the king's
 // zone (through one blocker counts too, divided), each kind of safe check
 // the enemy has, and each zone square that only our king defends. The total
@@ -110,20 +127,12 @@ void king_danger(EvalState& s, Color us) {
     const Bitboard checkFrom[7] = {0, 0, knightAtt[k], diagonal, straight, diagonal | straight, 0};
     const Bitboard safe = ~b.byColor[them] & ~s.attackMap[us];
 
-    int danger = 0;
-    for (int type = KNIGHT; type <= QUEEN; ++type) {
-        const PieceAttacks& pa = s.pieceAttacks[them][type];
-        for (int i = 0; i < pa.count; ++i) {
-            if (pa.attacks[i] & zone) {
-                danger += weight[type];
-            } else if (type != KNIGHT && (piece_attacks(type, pa.square[i], 0) & zone)) {
-                // Lined up with the zone behind one piece: a latent attacker.
-                const Bitboard xray = piece_attacks(type, pa.square[i], b.occupied & ~pa.attacks[i]);
-                if (xray & zone) danger += weight[type] / xrayDivisor;
-            }
-        }
+    int danger = zone_attackers<KNIGHT>(s.pieceAttacks[them][KNIGHT], zone, b.occupied, weight[KNIGHT], xrayDivisor) +
+                 zone_attackers<BISHOP>(s.pieceAttacks[them][BISHOP], zone, b.occupied, weight[BISHOP], xrayDivisor) +
+                 zone_attackers<ROOK>(s.pieceAttacks[them][ROOK], zone, b.occupied, weight[ROOK], xrayDivisor) +
+                 zone_attackers<QUEEN>(s.pieceAttacks[them][QUEEN], zone, b.occupied, weight[QUEEN], xrayDivisor);
+    for (int type = KNIGHT; type <= QUEEN; ++type)
         if (checkFrom[type] & s.attacksByType[them][type] & safe) danger += safeCheck[type];
-    }
     danger += c.king_danger_deflection_bonus *
               popcount(kingAtt[k] & s.attackMap[them] & ~s.attacks_without_king(us));
 

@@ -30,35 +30,54 @@ void rook_file_bonus(EvalState& s, Color us, Square sq) {
     }
 }
 
+struct Score {
+    int mg = 0, eg = 0;
+};
+
+// Scores and records the pieces of one type; returns their attacks. One
+// instance per type, so that the attack lookup is resolved at compile time.
+template <int Type>
+Bitboard piece_mobility(EvalState& s, Color us, Bitboard area, Score& sum) {
+    const EngineConfig& c = g_config;
+    int mgWeight, egWeight;
+    mobility_weights(Type, mgWeight, egWeight);
+    PieceAttacks& recorded = s.pieceAttacks[us][Type];
+    Bitboard all = 0;
+    int count = 0;
+    for (Bitboard b = s.pieces(us, Type); b;) {
+        const Square sq = pop_lsb(b);
+        const Bitboard attacks = piece_attacks(Type, sq, s.board.occupied);
+        all |= attacks;
+        if (count < 16) {
+            recorded.square[count] = sq;
+            recorded.attacks[count++] = attacks;
+        }
+        if (c.mobility_enabled) {
+            const int n = popcount(attacks & area);
+            sum.mg += mgWeight * n;
+            sum.eg += egWeight * n;
+        }
+        if (Type == ROOK && c.rook_open_files_enabled) rook_file_bonus(s, us, sq);
+    }
+    recorded.count = count;
+    s.attacksByType[us][Type] = all;
+    return all;
+}
+
 }  // namespace
 
 void apply_mobility(EvalState& s) {
-    const EngineConfig& c = g_config;
-    const Bitboard occ = s.board.occupied;
     for (Color us : {WHITE, BLACK}) {
         const Bitboard area = ~(s.board.byColor[us] | s.pawns->pawnAttacks[us ^ 1]);
-        s.attackMap[us] = s.pawns->pawnAttacks[us];
-        if (const Square k = s.board.king_square(us); k != NO_SQUARE) s.attackMap[us] |= kingAtt[k];
-        for (int type = KNIGHT; type <= QUEEN; ++type) {
-            int mgWeight, egWeight;
-            mobility_weights(type, mgWeight, egWeight);
-            PieceAttacks& recorded = s.pieceAttacks[us][type];
-            for (Bitboard b = s.pieces(us, type); b;) {
-                const Square sq = pop_lsb(b);
-                const Bitboard attacks = piece_attacks(type, sq, occ);
-                s.attackMap[us] |= attacks;
-                s.attacksByType[us][type] |= attacks;
-                if (recorded.count < 16) {
-                    recorded.square[recorded.count] = sq;
-                    recorded.attacks[recorded.count++] = attacks;
-                }
-                if (c.mobility_enabled) {
-                    const int n = popcount(attacks & area);
-                    s.add(us, mgWeight * n, egWeight * n);
-                }
-                if (type == ROOK && c.rook_open_files_enabled) rook_file_bonus(s, us, sq);
-            }
-        }
+        Score sum;
+        Bitboard attacked = s.pawns->pawnAttacks[us];
+        if (const Square k = s.board.king_square(us); k != NO_SQUARE) attacked |= kingAtt[k];
+        attacked |= piece_mobility<KNIGHT>(s, us, area, sum);
+        attacked |= piece_mobility<BISHOP>(s, us, area, sum);
+        attacked |= piece_mobility<ROOK>(s, us, area, sum);
+        attacked |= piece_mobility<QUEEN>(s, us, area, sum);
+        s.attackMap[us] = attacked;
+        s.add(us, sum.mg, sum.eg);
     }
 }
 

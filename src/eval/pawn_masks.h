@@ -17,8 +17,26 @@ constexpr Bitboard ranks_ahead(Color c, int r) {
     return r <= 0 ? 0 : (Bitboard{1} << (8 * r)) - 1;
 }
 
+constexpr Bitboard shift_west(Bitboard b) { return (b >> 1) & ~file_bb(7); }
+constexpr Bitboard shift_east(Bitboard b) { return (b << 1) & ~file_bb(0); }
+
+// Squares attacked by pawns of colour c standing on `pawns`.
+constexpr Bitboard pawn_attacks_bb(Color c, Bitboard pawns) {
+    const Bitboard forward = c == WHITE ? pawns << 8 : pawns >> 8;
+    return shift_west(forward) | shift_east(forward);
+}
+
+// The squares of b and every square in front of them, for colour c.
+constexpr Bitboard fill_forward(Color c, Bitboard b) {
+    if (c == WHITE) {
+        b |= b << 8, b |= b << 16, b |= b << 32;
+    } else {
+        b |= b >> 8, b |= b >> 16, b |= b >> 32;
+    }
+    return b;
+}
+
 constexpr Bitboard ranks_level_or_behind(Color c, int r) { return ~ranks_ahead(c, r); }
-constexpr Bitboard ranks_level_or_ahead(Color c, int r) { return ~ranks_ahead(c ^ 1, r); }
 
 // Flags about the central pawn structure read by the king-safety terms.
 enum StructureFlag : std::uint64_t {

@@ -16,7 +16,7 @@ std::uint64_t g_pawnEntryComputed = 0;
 namespace {
 
 void compute_side(PawnEntry& e, Color c, Bitboard own, Bitboard enemy) {
-    for (Bitboard b = own; b;) e.pawnAttacks[c] |= pawnAtt[c][pop_lsb(b)];
+    e.pawnAttacks[c] = pawn_attacks_bb(c, own);
     for (Bitboard b = own; b;) {
         const Square s = pop_lsb(b);
         const int f = file_of(s);
@@ -54,8 +54,7 @@ void compute_side(PawnEntry& e, Color c, Bitboard own, Bitboard enemy) {
     }
     // A square stays safe from enemy pawns when none can ever reach a
     // neighbouring file at its rank or beyond (pawns never move backward).
-    for (Square t = 0; t < 64; ++t)
-        if (!(enemy & adjacent_files(file_of(t)) & ranks_level_or_ahead(c, rank_of(t)))) e.safe[c] |= square_bb(t);
+    e.safe[c] = ~fill_forward(c ^ 1, shift_west(enemy) | shift_east(enemy));
     e.outposts[c] = e.safe[c] & e.pawnAttacks[c];
 }
 

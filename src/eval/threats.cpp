@@ -1,6 +1,7 @@
 // Threats: pieces attacked by pawns, pieces the opponent can win by
 // exchange, pins against the king, and the smaller extended threats.
 #include "eval/eval_terms.h"
+#include "eval/pawn_masks.h"
 #include "search/see.h"
 
 namespace morvane {
@@ -41,16 +42,15 @@ void exchange_threats(EvalState& s, Color us) {
         }
 }
 
+// Pieces the enemy attacks and nothing of ours defends (the attack maps are
+// complete: every piece, pawn and king of each side).
 void hanging_pieces(EvalState& s, Color us) {
-    const Board& b = s.board;
-    for (int type = KNIGHT; type <= QUEEN; ++type)
-        for (Bitboard p = b.pieces[us][type]; p;) {
-            const Square sq = pop_lsb(p);
-            const Bitboard attackers = b.attackers_to(sq, b.occupied);
-            if ((attackers & b.byColor[us]) || !(attackers & b.byColor[us ^ 1])) continue;
-            const int penalty = g_config.hanging_piece_penalty_pct * s.value[type] / 100;
-            s.add(us, -penalty, -penalty);
-        }
+    const Bitboard hanging = s.attackMap[us ^ 1] & ~s.attackMap[us];
+    for (int type = KNIGHT; type <= QUEEN; ++type) {
+        const int each = g_config.hanging_piece_penalty_pct * s.value[type] / 100;
+        const int penalty = each * popcount(s.pieces(us, type) & hanging);
+        s.add(us, -penalty, -penalty);
+    }
 }
 
 }  // namespace
@@ -97,22 +97,21 @@ void apply_extended_threats(EvalState& s) {
         const Color them = us ^ 1;
         const Bitboard targets = b.byColor[them] & ~b.pieces[them][PAWN] & ~b.pieces[them][KING];
 
-        if (const Square k = b.king_square(us); k != NO_SQUARE)
-            for (Bitboard t = targets & kingAtt[k]; t;) {
-                const Square sq = pop_lsb(t);
-                if (!(b.attackers_to(sq, b.occupied) & b.byColor[them]))
-                    s.add(us, c.threat_by_king_bonus, c.threat_by_king_bonus);
-            }
+        if (const Square k = b.king_square(us); k != NO_SQUARE) {
+            const int undefended = popcount(targets & kingAtt[k] & ~s.attackMap[them]);
+            s.add(us, undefended * c.threat_by_king_bonus, undefended * c.threat_by_king_bonus);
+        }
 
         const int contested = popcount(~b.byColor[us] & s.attackMap[us] & s.attackMap[them]);
         s.add(us, contested * c.restricted_piece_bonus_mg, contested * c.restricted_piece_bonus_eg);
 
-        for (Bitboard p = b.pieces[us][PAWN]; p;) {
-            const Square push = pop_lsb(p) + (us == WHITE ? 8 : -8);
-            if (push < 0 || push > 63 || b.squares[push] || (s.pawns->pawnAttacks[them] & square_bb(push))) continue;
-            if (pawnAtt[us][push] & targets)
-                s.add(us, c.threat_safe_pawn_push_bonus, c.threat_safe_pawn_push_bonus);
-        }
+        // Single pushes to an empty square no enemy pawn guards, from
+        // which the pawn would attack a piece: those are the squares an
+        // enemy pawn standing on a target would attack.
+        const Bitboard pushes = (us == WHITE ? b.pieces[us][PAWN] << 8 : b.pieces[us][PAWN] >> 8) & ~b.occupied &
+                                ~s.pawns->pawnAttacks[them];
+        const int safePushes = popcount(pushes & pawn_attacks_bb(them, targets));
+        s.add(us, safePushes * c.threat_safe_pawn_push_bonus, safePushes * c.threat_safe_pawn_push_bonus);
 
         if (popcount(b.pieces[them][QUEEN]) == 1) {
             const Square q = lsb(b.pieces[them][QUEEN]);

@@ -22,9 +22,16 @@ int see_value(int type) {
     }
 }
 
-// Attackers of `to` under `occ`, both colours, restricted to `occ`.
-Bitboard attackers_under(const Board& b, Square to, Bitboard occ) {
-    return b.attackers_to(to, occ) & occ;
+// Sliders of both colours that reach `to` under `occ`. Taking a piece off
+// `to`'s lines can only uncover sliders behind it, never hide an attacker,
+// so after each capture the new attackers are the old ones still on the
+// board plus these.
+Bitboard slider_attackers(const Board& b, Square to, Bitboard occ) {
+    const Bitboard diagonal = b.pieces[WHITE][BISHOP] | b.pieces[BLACK][BISHOP] | b.pieces[WHITE][QUEEN] |
+                              b.pieces[BLACK][QUEEN];
+    const Bitboard straight = b.pieces[WHITE][ROOK] | b.pieces[BLACK][ROOK] | b.pieces[WHITE][QUEEN] |
+                              b.pieces[BLACK][QUEEN];
+    return ((bishop_attacks(to, occ) & diagonal) | (rook_attacks(to, occ) & straight)) & occ;
 }
 
 }  // namespace
@@ -44,7 +51,7 @@ int see(const Board& board, Move move) {
         onTarget = see_value(promotion_type(move));
     }
     Bitboard occ = (board.occupied & ~square_bb(from) & ~square_bb(captureSquare)) | square_bb(to);
-    Bitboard attackers = attackers_under(board, to, occ);
+    Bitboard attackers = board.attackers_to(to, occ) & occ;
     Color side = piece_color(board.squares[from]) ^ 1;
 
     int d = 0;
@@ -65,7 +72,7 @@ int see(const Board& board, Move move) {
         ++d;
         onTarget = pickedValue;
         occ &= ~square_bb(picked);
-        attackers = attackers_under(board, to, occ);  // x-rays behind the capturer join
+        attackers = (attackers & occ) | slider_attackers(board, to, occ);  // x-rays behind the capturer join
         side ^= 1;
     }
     for (; d > 0; --d) gain[d - 1] = -std::max(-gain[d - 1], gain[d]);
