@@ -1,0 +1,91 @@
+// The match tool's entry: reads the command line, then either writes an
+// opening book or plays the match and prints its summary.
+#include <signal.h>
+#include <unistd.h>
+
+#include <ctime>
+#include <fstream>
+#include <iostream>
+#include <stdexcept>
+
+#include "match/cli.h"
+#include "match/referee.h"
+
+using namespace match;
+
+namespace {
+
+std::atomic<bool> g_stop{false};
+static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
+
+extern "C" void on_interrupt(int) { g_stop.store(true); }
+
+std::string today() {
+    const std::time_t now = std::time(nullptr);
+    std::tm utc{};
+    gmtime_r(&now, &utc);
+    char text[16];
+    std::strftime(text, sizeof text, "%Y.%m.%d", &utc);
+    return text;
+}
+
+int make_openings(const CommandLine& cl) {
+    std::ofstream out(cl.outPath);
+    if (!out) {
+        std::cerr << "cannot write " << cl.outPath << '\n';
+        return 1;
+    }
+    generate_openings(*cl.makeOpenings, out, std::cerr);
+    return out ? 0 : 1;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    CommandLine cl;
+    try {
+        cl = parse_command_line(std::vector<std::string>(argv + 1, argv + argc));
+    } catch (const std::invalid_argument& e) {
+        std::cerr << "match: " << e.what() << "\n\n" << usage();
+        return 1;
+    }
+    if (cl.help) {
+        std::cout << usage();
+        return 0;
+    }
+    if (cl.makeOpenings) return make_openings(cl);
+
+    MatchConfig& config = cl.match;
+    if (cl.openingsPath.empty()) {
+        config.openings = {morvane::StartFen};
+    } else {
+        if (!load_openings(cl.openingsPath, config.openings, std::cerr)) {
+            std::cerr << "match: cannot read " << cl.openingsPath << '\n';
+            return 1;
+        }
+        if (config.openings.empty()) {
+            std::cerr << "match: no playable position in " << cl.openingsPath << '\n';
+            return 1;
+        }
+        shuffle_openings(config.openings, cl.seed);
+    }
+    if (config.rules.tables && !init_adjudication_tables()) {
+        std::cerr << "match: endgame tables unavailable, no table adjudication\n";
+        config.rules.tables = false;
+    }
+    config.header.date = today();
+    config.liveLine = isatty(STDERR_FILENO);
+
+    // A dead engine must show as a failed write, not kill the runner; Ctrl-C
+    // lets the game threads wind down so the summary is still printed.
+    signal(SIGPIPE, SIG_IGN);
+    struct sigaction action {};
+    action.sa_handler = on_interrupt;
+    sigemptyset(&action.sa_mask);
+    sigaction(SIGINT, &action, nullptr);
+    sigaction(SIGTERM, &action, nullptr);
+
+    const MatchSummary summary = run_match(config, g_stop, std::cerr);
+    print_summary(summary, config, std::cout);
+    return 0;
+}

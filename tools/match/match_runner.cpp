@@ -1,0 +1,163 @@
+#include "match/match_runner.h"
+
+#include <cmath>
+#include <cstdio>
+#include <fstream>
+#include <iomanip>
+#include <mutex>
+#include <sstream>
+#include <thread>
+
+namespace match {
+
+namespace {
+
+using std::chrono::duration;
+
+double points_for_white(Outcome o) { return o == Outcome::WhiteWins ? 1 : o == Outcome::Draw ? 0.5 : 0; }
+
+double games_per_hour(std::int64_t games, double seconds) { return seconds > 0 ? games * 3600.0 / seconds : 0; }
+
+std::string progress_line(const MatchSummary& s, const MatchConfig& config) {
+    const EloEstimate e = estimate_elo(s.wdl);
+    std::ostringstream line;
+    line << std::fixed << std::setprecision(1) << "Games " << s.wdl.games() << '/' << config.games << "  +"
+         << s.wdl.wins << " -" << s.wdl.losses << " =" << s.wdl.draws << "  " << 100 * e.score << "%  Elo "
+         << e.elo << " +- " << e.margin;
+    if (config.sprt)
+        line << std::setprecision(2) << "  LLR " << s.llr << " [" << config.sprt->lower() << ", "
+             << config.sprt->upper() << ']';
+    line << std::setprecision(0) << "  " << games_per_hour(s.wdl.games(), s.seconds) << " games/h";
+    return line.str();
+}
+
+}  // namespace
+
+int pair_index(double firstGamePoints, double secondGamePoints) {
+    return static_cast<int>(std::lround(2 * (firstGamePoints + secondGamePoints)));
+}
+
+MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::ostream& progress) {
+    MatchSummary summary;
+    std::mutex mutex;  // guards summary, the PGN file and the progress output
+    std::ofstream pgn;
+    if (!config.pgnPath.empty()) {
+        pgn.open(config.pgnPath, std::ios::app);
+        summary.pgnFailed = !pgn;
+    }
+    // The first Board fills the shared attack and hash-key tables; that must
+    // happen before the game threads race to do it.
+    { morvane::Board warmUp; }
+    const auto start = SteadyClock::now();
+    const int pairCount = (config.games + 1) / 2;
+    std::atomic<int> nextPair{0};
+
+    // Called with the mutex held once a game is over; engine is the index of
+    // the engine that had White.
+    auto record_game = [&](const GameRecord& game, int whiteEngine, int round) {
+        const double whitePoints = points_for_white(game.verdict.outcome);
+        const double firstPoints = whiteEngine == 0 ? whitePoints : 1 - whitePoints;
+        if (firstPoints == 1) ++summary.wdl.wins;
+        else if (firstPoints == 0) ++summary.wdl.losses;
+        else ++summary.wdl.draws;
+        ++summary.reasons[game.verdict.reason];
+        for (int color = 0; color < 2; ++color) {
+            EngineTotals& t = summary.totals[color == 0 ? whiteEngine : 1 - whiteEngine];
+            t.moves += game.side[color].moves;
+            t.thinkMs += game.side[color].thinkMs;
+            if (game.side[color].clockLeftMs >= 0) {
+                ++t.timedGames;
+                t.clockLeftMs += game.side[color].clockLeftMs;
+            }
+        }
+        if (pgn.is_open()) {
+            PgnHeader header = config.header;
+            header.round = round;
+            pgn << to_pgn(game, header) << std::flush;
+            summary.pgnFailed |= !pgn;
+        }
+        summary.seconds = duration<double>(SteadyClock::now() - start).count();
+        return firstPoints;
+    };
+
+    auto worker = [&] {
+        UciEngine engines[2] = {UciEngine(config.engines[0]), UciEngine(config.engines[1])};
+        for (;;) {
+            const int pair = nextPair.fetch_add(1);
+            if (pair >= pairCount || stop.load()) break;
+            const std::string& fen = config.openings[static_cast<std::size_t>(pair) % config.openings.size()];
+            double points[2] = {0, 0};
+            bool complete = true;
+            for (int g = 0; g < 2 && complete; ++g) {
+                const int whiteEngine = g;  // the first engine has White in the pair's first game
+                GameRecord game = play_game(engines[whiteEngine], engines[1 - whiteEngine], fen, config.rules, stop);
+                if (game.interrupted) {
+                    complete = false;
+                    break;
+                }
+                std::lock_guard lock(mutex);
+                points[g] = record_game(game, whiteEngine, 2 * pair + g + 1);
+                if (config.liveLine) progress << '\r' << progress_line(summary, config) << "   " << std::flush;
+            }
+            if (!complete) break;
+            std::lock_guard lock(mutex);
+            ++summary.pairs[pair_index(points[0], points[1])];
+            if (config.sprt) {
+                summary.llr = sprt_llr(summary.pairs, *config.sprt);
+                summary.verdict = sprt_verdict(summary.llr, *config.sprt);
+                if (summary.verdict != SprtVerdict::Continue) stop.store(true);
+            }
+            if (!config.liveLine && summary.wdl.games() % 20 == 0) progress << progress_line(summary, config) << '\n';
+        }
+        for (auto& e : engines) e.quit();
+    };
+
+    std::vector<std::thread> threads;
+    for (int i = 0; i < std::max(config.concurrency, 1); ++i) threads.emplace_back(worker);
+    for (auto& t : threads) t.join();
+    summary.seconds = duration<double>(SteadyClock::now() - start).count();
+    summary.interrupted = summary.verdict == SprtVerdict::Continue && stop.load();
+    if (config.liveLine) progress << '\n';
+    return summary;
+}
+
+void print_summary(const MatchSummary& s, const MatchConfig& config, std::ostream& out) {
+    const EloEstimate e = estimate_elo(s.wdl);
+    const std::string& first = config.engines[0].name;
+    const std::string& second = config.engines[1].name;
+    const int hours = static_cast<int>(s.seconds / 3600), minutes = static_cast<int>(s.seconds / 60) % 60;
+    out << std::fixed << std::setprecision(1);
+    out << "\n" << first << " vs " << second << ": " << s.wdl.games() << " games in " << hours << 'h'
+        << std::setw(2) << std::setfill('0') << minutes << std::setfill(' ') << "m ("
+        << std::setprecision(0) << games_per_hour(s.wdl.games(), s.seconds) << " games/hour)"
+        << (s.interrupted ? ", interrupted" : "") << '\n'
+        << std::setprecision(1);
+    out << "Wins/losses/draws of " << first << ": " << s.wdl.wins << " / " << s.wdl.losses << " / " << s.wdl.draws
+        << ",  score " << 100 * e.score << " %\n";
+    out << "Elo difference: " << e.elo << " +/- " << e.margin << " (95 %),  LOS " << 100 * e.los
+        << " %,  draw ratio " << 100 * e.drawRatio << " %\n";
+    out << "Pentanomial pairs (0, 1/2, 1, 3/2, 2 points): " << s.pairs[0] << ", " << s.pairs[1] << ", "
+        << s.pairs[2] << ", " << s.pairs[3] << ", " << s.pairs[4] << '\n';
+    if (config.sprt) {
+        const SprtBounds& b = *config.sprt;
+        out << std::setprecision(2) << "SPRT (logistic Elo " << b.elo0 << ", " << b.elo1 << "; alpha " << b.alpha
+            << ", beta " << b.beta << "): LLR " << s.llr << " [" << b.lower() << ", " << b.upper() << "]  "
+            << (s.verdict == SprtVerdict::AcceptH1   ? "H1 accepted: " + first + " is stronger"
+                : s.verdict == SprtVerdict::AcceptH0 ? "H0 accepted: " + first + " is not stronger"
+                                                     : std::string("no decision yet"))
+            << '\n';
+    }
+    for (int i = 0; i < 2; ++i) {
+        const EngineTotals& t = s.totals[i];
+        out << std::setprecision(0) << config.engines[i].name << ": " << t.moves << " moves, "
+            << (t.moves ? static_cast<double>(t.thinkMs) / t.moves : 0.0) << " ms per move";
+        if (t.timedGames)
+            out << ", clock left at game end " << static_cast<double>(t.clockLeftMs) / t.timedGames << " ms";
+        out << '\n';
+    }
+    out << "Game endings:\n";
+    for (const auto& [reason, count] : s.reasons) out << "  " << std::setw(5) << count << "  " << reason << '\n';
+    if (s.pgnFailed) out << "Warning: the PGN file " << config.pgnPath << " could not be written completely\n";
+}
+
+}  // namespace match

@@ -1,0 +1,136 @@
+#include "match/referee.h"
+
+#include <mutex>
+
+#include "core/notation.h"
+#include "core/position_check.h"
+#include "movegen/movegen.h"
+#include "sts/san.h"
+#include "tablebase/syzygy.h"
+#include "tablebase/tbprobe.h"
+
+using namespace morvane;
+
+namespace match {
+
+namespace {
+
+bool g_tablesLoaded = false;
+// The table reader maps files on first use and keeps no per-thread state;
+// game threads take turns.
+std::mutex g_tableMutex;
+
+Verdict tablebase_verdict(const Board& b) {
+    // Only right after a zeroing move is the stored win/draw/loss exact
+    // under the fifty-move rule; every smaller ending is first reached that
+    // way, so nothing is missed.
+    if (!g_tablesLoaded || b.state().halfmove != 0 || b.state().castling != 0 ||
+        static_cast<unsigned>(popcount(b.occupied)) > TB_LARGEST)
+        return {};
+    auto both = [&](int type) { return b.pieces[WHITE][type] | b.pieces[BLACK][type]; };
+    const int ep = b.state().epSquare;
+    unsigned wdl;
+    {
+        std::lock_guard lock(g_tableMutex);
+        wdl = tb_probe_wdl_impl(b.byColor[WHITE], b.byColor[BLACK], both(KING), both(QUEEN), both(ROOK), both(BISHOP),
+                                both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : static_cast<unsigned>(ep),
+                                b.side == WHITE);
+    }
+    if (wdl == TB_RESULT_FAILED) return {};
+    const bool whiteToMove = b.side == WHITE;
+    if (wdl == TB_WIN)
+        return {whiteToMove ? Outcome::WhiteWins : Outcome::BlackWins, Ending::Adjudication, "endgame tables: win"};
+    if (wdl == TB_LOSS)
+        return {whiteToMove ? Outcome::BlackWins : Outcome::WhiteWins, Ending::Adjudication, "endgame tables: win"};
+    return {Outcome::Draw, Ending::Adjudication, "endgame tables: draw"};
+}
+
+}  // namespace
+
+bool init_adjudication_tables() {
+    std::lock_guard lock(g_tableMutex);
+    g_tablesLoaded = syzygy_init("") && TB_LARGEST > 0;
+    return g_tablesLoaded;
+}
+
+bool Referee::set_position(const std::string& fen, std::string& problem) {
+    board_->set_fen(fen);
+    problem = position_problem(*board_);
+    if (!problem.empty()) return false;
+    startFen_ = fen;
+    keys_.assign(1, board_->key());
+    uciMoves_.clear();
+    sanMoves_.clear();
+    return true;
+}
+
+Move Referee::find_move(const std::string& text) {
+    ScoredMove list[MAX_MOVES];
+    const int n = generate_legal(*board_, list, false);
+    for (int i = 0; i < n; ++i)
+        if (move_to_uci(list[i].move) == text) return list[i].move;
+    return NULL_MOVE;
+}
+
+void Referee::play(Move move) {
+    sanMoves_.push_back(move_to_san(*board_, move));
+    board_->do_move(move);
+    uciMoves_.push_back(move_to_uci(move));
+    keys_.push_back(board_->key());
+}
+
+Verdict Referee::verdict(bool useTables) {
+    Board& b = *board_;
+    const bool whiteToMove = b.side == WHITE;
+    ScoredMove list[MAX_MOVES];
+    // Mate first: a mate delivered on the hundredth half-move still counts.
+    if (generate_legal(b, list, false) == 0) {
+        if (b.checkers())
+            return {whiteToMove ? Outcome::BlackWins : Outcome::WhiteWins, Ending::Normal,
+                    whiteToMove ? "Black mates" : "White mates"};
+        return {Outcome::Draw, Ending::Normal, "stalemate"};
+    }
+    if (b.is_insufficient_material()) return {Outcome::Draw, Ending::Normal, "insufficient material"};
+    // Positions before the last capture or pawn move can never come back.
+    const int reach = std::min<int>(b.state().halfmove, static_cast<int>(keys_.size()) - 1);
+    int seen = 0;
+    for (int back = 0; back <= reach; back += 2)
+        if (keys_[keys_.size() - 1 - back] == keys_.back()) ++seen;
+    if (seen >= 3) return {Outcome::Draw, Ending::Normal, "threefold repetition"};
+    if (b.state().halfmove >= 100) return {Outcome::Draw, Ending::Normal, "fifty-move rule"};
+    if (useTables)
+        if (Verdict v = tablebase_verdict(b); v.outcome != Outcome::Ongoing) return v;
+    if (plies() >= MaxGamePlies) return {Outcome::Draw, Ending::Adjudication, "move limit"};
+    return {};
+}
+
+std::string Referee::position_command() const {
+    std::string cmd = "position fen " + startFen_;
+    if (!uciMoves_.empty()) cmd += " moves";
+    for (const auto& m : uciMoves_) cmd += ' ' + m;
+    return cmd;
+}
+
+const char* ending_tag(Ending ending) {
+    switch (ending) {
+        case Ending::Normal: return "normal";
+        case Ending::Adjudication: return "adjudication";
+        case Ending::TimeForfeit: return "time forfeit";
+        case Ending::RulesInfraction: return "rules infraction";
+        case Ending::Abandoned: return "abandoned";
+        case Ending::Unterminated: return "unterminated";
+    }
+    return "unterminated";
+}
+
+const char* result_text(Outcome outcome) {
+    switch (outcome) {
+        case Outcome::WhiteWins: return "1-0";
+        case Outcome::BlackWins: return "0-1";
+        case Outcome::Draw: return "1/2-1/2";
+        case Outcome::Ongoing: return "*";
+    }
+    return "*";
+}
+
+}  // namespace match

@@ -1,0 +1,72 @@
+#include "match/stats.h"
+
+#include <cmath>
+#include <limits>
+
+namespace match {
+
+namespace {
+
+constexpr double Z95 = 1.959963984540054;  // two-sided 95 % quantile of the normal law
+
+}  // namespace
+
+double elo_from_score(double score) {
+    if (score <= 0) return -std::numeric_limits<double>::infinity();
+    if (score >= 1) return std::numeric_limits<double>::infinity();
+    return -400.0 * std::log10(1.0 / score - 1.0);
+}
+
+double score_from_elo(double elo) { return 1.0 / (1.0 + std::pow(10.0, -elo / 400.0)); }
+
+EloEstimate estimate_elo(const Wdl& wdl) {
+    EloEstimate e;
+    const double n = static_cast<double>(wdl.games());
+    if (n == 0) return e;
+    const double w = wdl.wins / n, l = wdl.losses / n, d = wdl.draws / n;
+    e.score = w + d / 2;
+    e.elo = elo_from_score(e.score);
+    e.drawRatio = d;
+    // Per-game variance of the points, then the interval of the mean score
+    // mapped through the Elo curve (not symmetric in Elo, hence the half-width).
+    const double variance = w * (1 - e.score) * (1 - e.score) + d * (0.5 - e.score) * (0.5 - e.score) +
+                            l * e.score * e.score;
+    const double spread = Z95 * std::sqrt(variance / n);
+    e.margin = (elo_from_score(e.score + spread) - elo_from_score(e.score - spread)) / 2;
+    const double decisive = static_cast<double>(wdl.wins + wdl.losses);
+    if (decisive > 0) e.los = 0.5 * (1 + std::erf((wdl.wins - wdl.losses) / std::sqrt(2 * decisive)));
+    return e;
+}
+
+double SprtBounds::lower() const { return std::log(beta / (1 - alpha)); }
+double SprtBounds::upper() const { return std::log((1 - beta) / alpha); }
+
+double sprt_llr(const Pentanomial& pairs, const SprtBounds& bounds) {
+    std::int64_t total = 0;
+    for (auto c : pairs) total += c;
+    if (total == 0) return 0;
+    // An empty pair class would make the estimated variance too small (zero
+    // when one engine wins every pair); a token count keeps it honest.
+    std::array<double, 5> count;
+    double n = 0;
+    for (int k = 0; k < 5; ++k) n += count[k] = pairs[k] > 0 ? static_cast<double>(pairs[k]) : 1e-3;
+    // A pair scores 0, 1/4, 1/2, 3/4 or 1 per game.
+    double mean = 0;
+    for (int k = 0; k < 5; ++k) mean += count[k] * (k / 4.0);
+    mean /= n;
+    double variance = 0;
+    for (int k = 0; k < 5; ++k) variance += count[k] * (k / 4.0 - mean) * (k / 4.0 - mean);
+    variance /= n;
+    const double s0 = score_from_elo(bounds.elo0), s1 = score_from_elo(bounds.elo1);
+    // Log-ratio of two normal likelihoods with the same variance and means
+    // s1 and s0, summed over the n pairs.
+    return n * (s1 - s0) * (2 * mean - s0 - s1) / (2 * variance);
+}
+
+SprtVerdict sprt_verdict(double llr, const SprtBounds& bounds) {
+    if (llr >= bounds.upper()) return SprtVerdict::AcceptH1;
+    if (llr <= bounds.lower()) return SprtVerdict::AcceptH0;
+    return SprtVerdict::Continue;
+}
+
+}  // namespace match
