@@ -264,7 +264,7 @@ Options:
 
 Opening generation: --make-openings N plays random 8-ply lines from the
 start position with seed --seed, keeps the positions a depth --depth
-(default 5) search of the engine scores within 50 centipawns, drops
+(default 6) search of the engine scores within 50 centipawns, drops
 repeated positions, and writes N of them to --out as EPD.
 
 A crash, a hang, an illegal or unreadable move loses the game; Ctrl-C stops

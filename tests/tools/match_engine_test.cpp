@@ -1,0 +1,115 @@
+// The runner's verdicts when an engine misbehaves, played against the real
+// engine by scripted fake engines, and the runner's clock.
+#include <gtest/gtest.h>
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "match/cli.h"
+#include "match/game.h"
+
+using namespace match;
+
+namespace {
+
+// A UCI engine in a few lines of shell whose answer to `go` is `onGo`; it
+// notes every start in the file `starts` of its working directory.
+EngineSpec fake_engine(const std::string& onGo, const std::string& dir = "") {
+    const std::string script =
+        "echo started >> starts 2>/dev/null; while read -r cmd rest; do case \"$cmd\" in "
+        "uci) echo 'id name fake'; echo uciok;; isready) echo readyok;; go) " + onGo +
+        ";; quit) exit 0;; esac; done";
+    EngineSpec spec;
+    spec.name = "Fake";
+    spec.argv = {"/bin/sh", "-c", script};
+    spec.dir = dir;
+    spec.effort.depth = 1;
+    return spec;
+}
+
+EngineSpec real_engine() {
+    EngineSpec spec;
+    spec.name = "Morvane";
+    spec.argv = {MORVANE_EXE};
+    spec.effort.depth = 1;
+    return spec;
+}
+
+// The fake engine has White; the game is over after its first move.
+Verdict fake_plays_white(EngineSpec fake, const Adjudication& rules = {}) {
+    UciEngine white(std::move(fake)), black(real_engine());
+    std::atomic<bool> stop{false};
+    const GameRecord game = play_game(white, black, morvane::StartFen, rules, stop);
+    EXPECT_EQ(game.verdict.outcome, Outcome::BlackWins) << game.verdict.reason;
+    return game.verdict;
+}
+
+}  // namespace
+
+TEST(MatchEngine, EachFailureLosesWithItsReason) {
+    Adjudication quick;
+    quick.hangTimeoutMs = 1000;
+    const Verdict illegal = fake_plays_white(fake_engine("echo 'bestmove e2e5'"));
+    EXPECT_EQ(illegal.reason, "White (Fake) played an illegal move e2e5");
+    EXPECT_EQ(illegal.ending, Ending::RulesInfraction);
+
+    const Verdict garbage = fake_plays_white(fake_engine("echo 'info nonsense'; echo 'bestmove @@@'"));
+    EXPECT_EQ(garbage.reason, "White (Fake) sent an unreadable move '@@@'");
+
+    const Verdict hang = fake_plays_white(fake_engine("sleep 30"), quick);
+    EXPECT_EQ(hang.reason, "White (Fake) hung: no bestmove in 1 s");
+    EXPECT_EQ(hang.ending, Ending::Abandoned);
+
+    const Verdict crash = fake_plays_white(fake_engine("exit 3"));
+    EXPECT_EQ(crash.reason, "White (Fake) crashed (exit status 3)");
+
+    EngineSpec slow = fake_engine("sleep 1; echo 'bestmove e2e4'");
+    slow.effort = {200, 0, 0, 0};
+    const Verdict late = fake_plays_white(slow, quick);
+    EXPECT_EQ(late.reason, "White loses on time");
+    EXPECT_EQ(late.ending, Ending::TimeForfeit);
+}
+
+TEST(MatchEngine, CrashedEngineIsRestartedForTheNextGame) {
+    const std::filesystem::path dir =
+        std::filesystem::temp_directory_path() / ("match_restart_" + std::to_string(getpid()));
+    std::filesystem::create_directories(dir);
+    UciEngine crashing(fake_engine("exit 1", dir.string())), real(real_engine());
+    std::atomic<bool> stop{false};
+    for (int game = 0; game < 2; ++game)
+        EXPECT_EQ(play_game(crashing, real, morvane::StartFen, {}, stop).verdict.outcome, Outcome::BlackWins);
+    crashing.quit();
+    std::ifstream starts(dir / "starts");
+    int count = 0;
+    for (std::string line; std::getline(starts, line);) ++count;
+    EXPECT_EQ(count, 2);
+    std::filesystem::remove_all(dir);
+}
+
+TEST(MatchEngine, RealEnginesPlayAGameToItsEnd) {
+    UciEngine a(real_engine()), b(real_engine());
+    std::atomic<bool> stop{false};
+    const GameRecord game = play_game(a, b, "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1", {}, stop);
+    EXPECT_NE(game.verdict.outcome, Outcome::Ongoing);
+    EXPECT_FALSE(game.sanMoves.empty());
+    EXPECT_EQ(game.side[0].moves, (static_cast<int>(game.sanMoves.size()) + 1) / 2);
+}
+
+TEST(MatchEngine, ClockChargesThinkingTimeAndCreditsTheIncrement) {
+    GameClock clock(1000, 100);
+    EXPECT_TRUE(clock.charge(300, 50));
+    EXPECT_EQ(clock.left_ms(), 800);
+    EXPECT_TRUE(clock.charge(840, 50));  // 40 ms late: inside the margin
+    EXPECT_EQ(clock.left_ms(), 60);
+    EXPECT_FALSE(clock.charge(111, 50));  // 51 ms late: the flag falls
+
+    const Effort effort = parse_time_control("2+0.02");
+    EXPECT_EQ(effort.baseMs, 2000);
+    EXPECT_EQ(effort.incMs, 20);
+    GameClock white(-5, 20), black(1500, 20);
+    EXPECT_EQ(go_command(effort, white, black), "go wtime 0 btime 1500 winc 20 binc 20");
+    EXPECT_EQ(go_command({-1, 0, 5000, 0}, white, black), "go nodes 5000");
+    EXPECT_THROW(parse_time_control("fast"), std::invalid_argument);
+}

@@ -1,0 +1,110 @@
+// The referee's game-ending rules and the PGN it leads to.
+#include <gtest/gtest.h>
+
+#include <initializer_list>
+
+#include "match/pgn.h"
+#include "match/referee.h"
+
+using namespace match;
+
+namespace {
+
+// Plays UCI moves, each of which must be legal, and returns the verdict
+// after the last one.
+Verdict play(Referee& referee, std::initializer_list<const char*> moves, bool tables = false) {
+    Verdict v;
+    for (const char* text : moves) {
+        const morvane::Move m = referee.find_move(text);
+        EXPECT_NE(m, morvane::NULL_MOVE) << text;
+        if (!m) return v;
+        referee.play(m);
+        v = referee.verdict(tables);
+    }
+    return v;
+}
+
+Referee at(const std::string& fen) {
+    Referee r;
+    std::string problem;
+    EXPECT_TRUE(r.set_position(fen, problem)) << problem;
+    return r;
+}
+
+}  // namespace
+
+TEST(MatchReferee, ThreefoldRepetitionCountsTheWholeGame) {
+    Referee r = at(morvane::StartFen);
+    // The start position comes back a second time: play goes on.
+    EXPECT_EQ(play(r, {"g1f3", "g8f6", "f3g1", "f6g8", "g1f3", "g8f6", "f3g1"}).outcome, Outcome::Ongoing);
+    const Verdict v = play(r, {"f6g8"});  // third time, counting the opening position
+    EXPECT_EQ(v.outcome, Outcome::Draw);
+    EXPECT_EQ(v.reason, "threefold repetition");
+
+    // Same placement but castling rights lost: a different position.
+    Referee c = at("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
+    EXPECT_EQ(play(c, {"e1e2", "e8e7", "e2e1", "e7e8", "e1e2", "e8e7", "e2e1", "e7e8"}).outcome, Outcome::Ongoing);
+    EXPECT_EQ(play(c, {"e1e2", "e8e7", "e2e1", "e7e8"}).outcome, Outcome::Draw);
+}
+
+TEST(MatchReferee, FiftyMoveRuleYieldsToMateOnTheHundredthHalfMove) {
+    const std::string fen = "k7/8/1K6/8/8/8/8/7R w - - 99 120";
+    Referee mate = at(fen);
+    const Verdict m = play(mate, {"h1h8"});
+    EXPECT_EQ(m.outcome, Outcome::WhiteWins);
+    EXPECT_EQ(m.reason, "White mates");
+
+    Referee quiet = at(fen);
+    const Verdict q = play(quiet, {"h1h2"});
+    EXPECT_EQ(q.outcome, Outcome::Draw);
+    EXPECT_EQ(q.reason, "fifty-move rule");
+}
+
+TEST(MatchReferee, StalemateMaterialAndIllegalMoves) {
+    Referee s = at("k7/8/8/1Q6/8/8/8/7K w - - 0 1");
+    EXPECT_EQ(play(s, {"b5b6"}).reason, "stalemate");
+
+    Referee m = at("8/8/8/3k4/8/8/3r4/3BK3 w - - 0 1");
+    EXPECT_EQ(play(m, {"e1d2"}).reason, "insufficient material");
+
+    Referee r = at(morvane::StartFen);
+    EXPECT_EQ(r.find_move("e2e5"), morvane::NULL_MOVE);
+    EXPECT_EQ(r.find_move("e1g1"), morvane::NULL_MOVE);
+    EXPECT_EQ(r.find_move("e7e5"), morvane::NULL_MOVE);  // not Black's turn
+    EXPECT_EQ(r.find_move(""), morvane::NULL_MOVE);
+
+    std::string problem;
+    EXPECT_FALSE(r.set_position("8/8/8/8/8/8/8/8 w - - 0 1", problem));
+}
+
+TEST(MatchReferee, EndgameTablesDecideSmallEndings) {
+    ASSERT_TRUE(init_adjudication_tables());
+    Referee r = at("8/8/8/4k3/8/8/3q4/3QK3 w - - 0 1");
+    const Verdict v = play(r, {"e1d2"}, true);  // king and queen against king
+    EXPECT_EQ(v.outcome, Outcome::WhiteWins);
+    EXPECT_EQ(v.ending, Ending::Adjudication);
+
+    // Without the tables the same ending is played out.
+    Referee plain = at("8/8/8/4k3/8/8/3q4/3QK3 w - - 0 1");
+    EXPECT_EQ(play(plain, {"e1d2"}, false).outcome, Outcome::Ongoing);
+}
+
+TEST(MatchReferee, PgnOfAGameFromAPositionWithBlackToMove) {
+    Referee r = at("rnbqkbnr/pppppppp/8/8/5P2/8/PPPPP1PP/RNBQKBNR b KQkq - 0 1");
+    GameRecord game;
+    game.white = "New";
+    game.black = "Old \"v2\"";
+    game.startFen = r.start_fen();
+    game.verdict = play(r, {"e7e5", "g2g4", "d8h4"});
+    game.sanMoves = r.san_moves();
+    PgnHeader header;
+    header.date = "2026.11.23";
+    header.round = 7;
+    header.timeControl = "10+0.1";
+    const std::string pgn = to_pgn(game, header);
+    EXPECT_NE(pgn.find("[Black \"Old \\\"v2\\\"\"]\n"), std::string::npos) << pgn;
+    EXPECT_NE(pgn.find("[Result \"0-1\"]\n"), std::string::npos);
+    EXPECT_NE(pgn.find("[FEN \"" + game.startFen + "\"]\n[SetUp \"1\"]\n"), std::string::npos);
+    EXPECT_NE(pgn.find("[Termination \"normal\"]"), std::string::npos);
+    EXPECT_NE(pgn.find("\n\n1... e5 2. g4 Qh4# {Black mates} 0-1\n"), std::string::npos) << pgn;
+}
