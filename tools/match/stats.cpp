@@ -14,7 +14,7 @@ constexpr double Z95 = 1.959963984540054;  // two-sided 95 % quantile of the nor
 double elo_from_score(double score) {
     if (score <= 0) return -std::numeric_limits<double>::infinity();
     if (score >= 1) return std::numeric_limits<double>::infinity();
-    return -400.0 * std::log10(1.0 / score - 1.0);
+    return 400.0 * std::log10(score / (1.0 - score));
 }
 
 double score_from_elo(double elo) { return 1.0 / (1.0 + std::pow(10.0, -elo / 400.0)); }
