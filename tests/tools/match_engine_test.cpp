@@ -6,9 +6,11 @@
 
 #include <filesystem>
 #include <fstream>
+#include <sstream>
 
 #include "match/cli.h"
 #include "match/game.h"
+#include "match/match_runner.h"
 
 using namespace match;
 
@@ -112,4 +114,75 @@ TEST(MatchEngine, ClockChargesThinkingTimeAndCreditsTheIncrement) {
     EXPECT_EQ(go_command(effort, white, black), "go wtime 0 btime 1500 winc 20 binc 20");
     EXPECT_EQ(go_command({-1, 0, 5000, 0}, white, black), "go nodes 5000");
     EXPECT_THROW(parse_time_control("fast"), std::invalid_argument);
+}
+
+TEST(MatchEngine, ScoresOfInfoLines) {
+    EXPECT_EQ(parse_score("info depth 7 score cp -35 nodes 1200 pv e2e4"), -35);
+    EXPECT_EQ(parse_score("info depth 9 score cp 29991 lowerbound nodes 5"), 29991);
+    EXPECT_EQ(parse_score("info depth 9 score mate 3 pv h5f7"), 29995);  // mate in 5 plies
+    EXPECT_EQ(parse_score("info depth 9 score mate -2"), -29996);
+    EXPECT_EQ(parse_score("info string score cp 500 is not a score"), std::nullopt);
+    EXPECT_EQ(parse_score("info depth 3 nodes 40"), std::nullopt);
+    EXPECT_EQ(parse_score("bestmove e2e4"), std::nullopt);
+}
+
+TEST(MatchEngine, ScoreAdjudicationNeedsBothEnginesForEveryPly) {
+    Adjudication rules;
+    rules.resign = true;
+    rules.resignMoves = 2;
+    rules.resignScore = 500;
+    ScoreTrail trail = {0, 10, 600, 700, 650, 800};  // White's view, four plies beyond 500
+    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::WhiteWins);
+    trail[3] = std::nullopt;  // one engine said nothing that move
+    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::Ongoing);
+    trail = {-900, -900, -900, 499};
+    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::Ongoing);
+    trail.push_back(-900);
+    trail[3] = -501;
+    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::BlackWins);
+
+    Adjudication draws;
+    draws.draw = true;
+    draws.drawMoveNumber = 3;
+    draws.drawMoves = 2;
+    draws.drawScore = 10;
+    ScoreTrail quiet = {0, 0, 0, 0, -10};
+    EXPECT_EQ(score_verdict(quiet, draws).outcome, Outcome::Ongoing);  // before move 3
+    quiet.push_back(5);
+    EXPECT_EQ(score_verdict(quiet, draws).outcome, Outcome::Draw);
+    quiet.back() = 11;
+    EXPECT_EQ(score_verdict(quiet, draws).outcome, Outcome::Ongoing);
+}
+
+TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
+    MatchConfig config;
+    config.engines[0] = real_engine();
+    config.engines[1] = fake_engine("echo 'bestmove a1a1'");
+    config.openings = {morvane::StartFen, "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1"};
+    config.games = 100;
+    config.concurrency = 2;
+    config.sprt = SprtBounds{0, 5};
+    config.pgnPath = (std::filesystem::temp_directory_path() / ("match_pgn_" + std::to_string(getpid()))).string();
+    std::atomic<bool> stop{false};
+    std::ostringstream progress;
+    const MatchSummary s = run_match(config, stop, progress);
+    EXPECT_EQ(s.verdict, SprtVerdict::AcceptH1);
+    EXPECT_FALSE(s.interrupted);
+    EXPECT_LT(s.wdl.games(), 20);
+    EXPECT_EQ(s.wdl.wins, s.wdl.games());
+    // Only whole pairs count in the test; a game whose partner the stop cut
+    // short is still in the results.
+    EXPECT_EQ(s.pairs[0] + s.pairs[1] + s.pairs[2] + s.pairs[3], 0);
+    EXPECT_GE(s.pairs[4], 2);
+    EXPECT_EQ(s.totals[1].moves, s.wdl.games());  // one (illegal) move per game
+
+    std::ifstream pgn(config.pgnPath);
+    std::stringstream text;
+    text << pgn.rdbuf();
+    std::filesystem::remove(config.pgnPath);
+    int games = 0;
+    for (auto at = text.str().find("[Event "); at != std::string::npos; at = text.str().find("[Event ", at + 1))
+        ++games;
+    EXPECT_EQ(games, s.wdl.games());
+    EXPECT_NE(text.str().find("[Termination \"rules infraction\"]"), std::string::npos);
 }

@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <filesystem>
+#include <initializer_list>
 #include <sstream>
 #include <stdexcept>
 #include <thread>
@@ -41,6 +42,27 @@ std::pair<std::string, std::string> key_value(const std::string& setting) {
     const auto eq = setting.find('=');
     if (eq == std::string::npos || eq == 0) fail("expected KEY=VALUE, got '" + setting + "'");
     return {setting.substr(0, eq), setting.substr(eq + 1)};
+}
+
+struct IntegerSetting {
+    const char* key;
+    int* target;
+    int lowest;
+};
+
+// The KEY=VALUE words of an option like --resign, each naming one setting.
+void apply_integers(const std::string& option, const std::vector<std::string>& words,
+                    std::initializer_list<IntegerSetting> settings) {
+    for (const auto& word : words) {
+        const auto [key, value] = key_value(word);
+        bool known = false;
+        for (const auto& setting : settings)
+            if (key == setting.key) {
+                *setting.target = static_cast<int>(parse_integer(value, option + " " + key, setting.lowest));
+                known = true;
+            }
+        if (!known) fail("unknown " + option + " setting '" + word + "'");
+    }
 }
 
 std::string seconds_text(std::int64_t ms) {
@@ -157,21 +179,13 @@ CommandLine parse_command_line(const std::vector<std::string>& args) {
             m.sprt = b;
         } else if (a == "--resign") {
             m.rules.resign = true;
-            for (const auto& s : values()) {
-                const auto [key, value] = key_value(s);
-                if (key == "moves") m.rules.resignMoves = static_cast<int>(parse_integer(value, "resign moves", 1));
-                else if (key == "score") m.rules.resignScore = static_cast<int>(parse_integer(value, "resign score", 1));
-                else fail("unknown --resign setting '" + s + "'");
-            }
+            apply_integers(a, values(), {{"moves", &m.rules.resignMoves, 1}, {"score", &m.rules.resignScore, 1}});
         } else if (a == "--draw") {
             m.rules.draw = true;
-            for (const auto& s : values()) {
-                const auto [key, value] = key_value(s);
-                if (key == "movenumber") m.rules.drawMoveNumber = static_cast<int>(parse_integer(value, "draw movenumber", 0));
-                else if (key == "moves") m.rules.drawMoves = static_cast<int>(parse_integer(value, "draw moves", 1));
-                else if (key == "score") m.rules.drawScore = static_cast<int>(parse_integer(value, "draw score", 0));
-                else fail("unknown --draw setting '" + s + "'");
-            }
+            apply_integers(a, values(),
+                           {{"movenumber", &m.rules.drawMoveNumber, 0},
+                            {"moves", &m.rules.drawMoves, 1},
+                            {"score", &m.rules.drawScore, 0}});
         } else if (a == "--no-tables") {
             m.rules.tables = false;
         } else if (a == "--time-margin") {

@@ -16,15 +16,18 @@ bool looks_like_move(const std::string& text) {
     return text.size() == 4 || std::string("qrbn").find(text[4]) != std::string::npos;
 }
 
-// Scores from White's side, one per ply; empty where the engine gave none.
-using ScoreTrail = std::vector<std::optional<int>>;
-
 bool last_plies_all(const ScoreTrail& trail, int plies, auto&& test) {
     if (static_cast<int>(trail.size()) < plies) return false;
     for (auto it = trail.end() - plies; it != trail.end(); ++it)
         if (!*it || !test(**it)) return false;
     return true;
 }
+
+Verdict loss_of(Color loser, Ending ending, const std::string& why) {
+    return {loser == WHITE ? Outcome::BlackWins : Outcome::WhiteWins, ending, why};
+}
+
+}  // namespace
 
 Verdict score_verdict(const ScoreTrail& trail, const Adjudication& rules) {
     if (rules.resign) {
@@ -40,12 +43,6 @@ Verdict score_verdict(const ScoreTrail& trail, const Adjudication& rules) {
     return {};
 }
 
-Verdict loss_of(Color loser, Ending ending, const std::string& why) {
-    return {loser == WHITE ? Outcome::BlackWins : Outcome::WhiteWins, ending, why};
-}
-
-}  // namespace
-
 bool GameClock::charge(std::int64_t elapsedMs, std::int64_t marginMs) {
     if (elapsedMs > leftMs_ + marginMs) return false;
     leftMs_ = leftMs_ - elapsedMs + incMs_;
@@ -59,8 +56,8 @@ std::string go_command(const Effort& effort, const GameClock& whiteClock, const 
         if (effort.depth > 0) go += " depth " + std::to_string(effort.depth);
         return go;
     }
-    // A clock a few milliseconds into the margin is sent as empty, never
-    // negative.
+    // A clock a few milliseconds into the margin is sent as zero: engines
+    // are not required to understand a negative time.
     auto left = [](const GameClock& c) { return std::to_string(std::max<std::int64_t>(c.left_ms(), 0)); };
     return "go wtime " + left(whiteClock) + " btime " + left(blackClock) + " winc " +
            std::to_string(whiteClock.inc_ms()) + " binc " + std::to_string(blackClock.inc_ms());
@@ -78,6 +75,8 @@ GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen,
     Referee referee;
     std::string problem;
     if (!referee.set_position(fen, problem)) {
+        // Openings are checked when loaded; should one slip through, the game
+        // is not played rather than scored.
         record.verdict = {Outcome::Ongoing, Ending::Unterminated, "unplayable opening: " + problem};
         record.interrupted = true;
         return record;

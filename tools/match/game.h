@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -54,6 +55,13 @@ struct GameRecord {
     SideStats side[2];         // [0] White, [1] Black
     bool interrupted = false;  // abandoned by Ctrl-C: neither scored nor written
 };
+
+// Scores from White's side, one per ply played; empty where the engine
+// reported none.
+using ScoreTrail = std::vector<std::optional<int>>;
+
+// The resign or draw adjudication the scores call for, if any.
+Verdict score_verdict(const ScoreTrail& trail, const Adjudication& rules);
 
 GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen, const Adjudication& rules,
                      const std::atomic<bool>& interrupted);

@@ -51,6 +51,7 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
     const auto start = SteadyClock::now();
     const int pairCount = (config.games + 1) / 2;
     std::atomic<int> nextPair{0};
+    std::int64_t lastReported = 0;  // games at the last progress line, without a live line
 
     // Called with the mutex held once a game is over; engine is the index of
     // the engine that had White.
@@ -107,7 +108,10 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
                 summary.verdict = sprt_verdict(summary.llr, *config.sprt);
                 if (summary.verdict != SprtVerdict::Continue) stop.store(true);
             }
-            if (!config.liveLine && summary.wdl.games() % 20 == 0) progress << progress_line(summary, config) << '\n';
+            if (!config.liveLine && summary.wdl.games() >= lastReported + 20) {
+                lastReported = summary.wdl.games();
+                progress << progress_line(summary, config) << '\n';
+            }
         }
         for (auto& e : engines) e.quit();
     };

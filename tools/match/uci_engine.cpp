@@ -24,6 +24,7 @@ std::optional<int> parse_score(const std::string& infoLine) {
     in >> token;
     if (token != "info") return std::nullopt;
     while (in >> token) {
+        if (token == "string") return std::nullopt;  // free text to the end of the line
         if (token != "score") continue;
         std::string kind;
         long value;
