@@ -16,11 +16,11 @@ using namespace match;
 
 namespace {
 
-// A UCI engine in a few lines of shell whose answer to `go` is `onGo`; it
-// notes every start in the file `starts` of its working directory.
+// A UCI engine in a few lines of shell whose answer to `go` is `onGo`;
+// given a working directory, it notes every start in its file `starts`.
 EngineSpec fake_engine(const std::string& onGo, const std::string& dir = "") {
     const std::string script =
-        "echo started >> starts 2>/dev/null; while read -r cmd rest; do case \"$cmd\" in "
+        std::string(dir.empty() ? "" : "echo started >> starts; ") + "while read -r cmd rest; do case \"$cmd\" in "
         "uci) echo 'id name fake'; echo uciok;; isready) echo readyok;; go) " + onGo +
         ";; quit) exit 0;; esac; done";
     EngineSpec spec;

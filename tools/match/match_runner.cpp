@@ -16,6 +16,12 @@ using std::chrono::duration;
 
 double points_for_white(Outcome o) { return o == Outcome::WhiteWins ? 1 : o == Outcome::Draw ? 0.5 : 0; }
 
+// Index of a pair in the pentanomial counts: the first engine's points in
+// its two games, in half points.
+int pair_index(double firstGamePoints, double secondGamePoints) {
+    return static_cast<int>(std::lround(2 * (firstGamePoints + secondGamePoints)));
+}
+
 double games_per_hour(std::int64_t games, double seconds) { return seconds > 0 ? games * 3600.0 / seconds : 0; }
 
 std::string progress_line(const MatchSummary& s, const MatchConfig& config) {
@@ -33,10 +39,6 @@ std::string progress_line(const MatchSummary& s, const MatchConfig& config) {
 
 }  // namespace
 
-int pair_index(double firstGamePoints, double secondGamePoints) {
-    return static_cast<int>(std::lround(2 * (firstGamePoints + secondGamePoints)));
-}
-
 MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::ostream& progress) {
     MatchSummary summary;
     std::mutex mutex;  // guards summary, the PGN file and the progress output
@@ -53,8 +55,8 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
     std::atomic<int> nextPair{0};
     std::int64_t lastReported = 0;  // games at the last progress line, without a live line
 
-    // Called with the mutex held once a game is over; engine is the index of
-    // the engine that had White.
+    // Called with the mutex held once a game is over; whiteEngine is the
+    // index of the engine that had White. Returns the first engine's points.
     auto record_game = [&](const GameRecord& game, int whiteEngine, int round) {
         const double whitePoints = points_for_white(game.verdict.outcome);
         const double firstPoints = whiteEngine == 0 ? whitePoints : 1 - whitePoints;
@@ -89,7 +91,7 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
             const std::string& fen = config.openings[static_cast<std::size_t>(pair) % config.openings.size()];
             double points[2] = {0, 0};
             bool complete = true;
-            for (int g = 0; g < 2 && complete; ++g) {
+            for (int g = 0; g < 2; ++g) {
                 const int whiteEngine = g;  // the first engine has White in the pair's first game
                 GameRecord game = play_game(engines[whiteEngine], engines[1 - whiteEngine], fen, config.rules, stop);
                 if (game.interrupted) {

@@ -50,10 +50,6 @@ struct MatchSummary {
 // (by Ctrl-C). Progress lines go to `progress`.
 MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::ostream& progress);
 
-// Pair score of the first engine, in half points (0..4), from the two
-// games' results seen from its side.
-int pair_index(double firstGamePoints, double secondGamePoints);
-
 void print_summary(const MatchSummary& summary, const MatchConfig& config, std::ostream& out);
 
 }  // namespace match
