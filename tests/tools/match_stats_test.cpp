@@ -24,6 +24,7 @@ TEST(MatchStats, EloIntervalAndLosFromWinsLossesDraws) {
     EXPECT_NEAR(even.los, 0.5, 1e-12);
     // A clean sweep has no finite Elo; nothing must turn into NaN.
     EXPECT_TRUE(std::isinf(estimate_elo({4, 0, 0}).elo));
+    EXPECT_TRUE(std::isinf(estimate_elo({0, 4, 0}).margin));
     EXPECT_FALSE(std::isnan(estimate_elo({0, 0, 0}).los));
 }
 

@@ -73,6 +73,17 @@ int main(int argc, char** argv) {
         std::cerr << "match: endgame tables unavailable, no table adjudication\n";
         config.rules.tables = false;
     }
+    // An engine that cannot even start would lose every game in turn; better
+    // to say so at once.
+    for (const EngineSpec& spec : config.engines) {
+        UciEngine engine(spec);
+        std::string error;
+        if (!engine.prepare_game(error)) {
+            std::cerr << "match: " << error << '\n';
+            return 1;
+        }
+        engine.quit();
+    }
     config.header.date = today();
     config.liveLine = isatty(STDERR_FILENO);
 

@@ -32,7 +32,10 @@ EloEstimate estimate_elo(const Wdl& wdl) {
     const double variance = w * (1 - e.score) * (1 - e.score) + d * (0.5 - e.score) * (0.5 - e.score) +
                             l * e.score * e.score;
     const double spread = Z95 * std::sqrt(variance / n);
-    e.margin = (elo_from_score(e.score + spread) - elo_from_score(e.score - spread)) / 2;
+    // A clean sweep says nothing about how large the difference is.
+    e.margin = e.score <= 0 || e.score >= 1
+                   ? std::numeric_limits<double>::infinity()
+                   : (elo_from_score(e.score + spread) - elo_from_score(e.score - spread)) / 2;
     const double decisive = static_cast<double>(wdl.wins + wdl.losses);
     if (decisive > 0) e.los = 0.5 * (1 + std::erf((wdl.wins - wdl.losses) / std::sqrt(2 * decisive)));
     return e;
