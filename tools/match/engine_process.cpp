@@ -33,6 +33,8 @@ std::string describe_status(int status) {
 
 bool EngineProcess::start(const std::vector<std::string>& argv, const std::string& dir) {
     terminate();
+    // An engine that dies must show as a failed write, not kill the runner.
+    signal(SIGPIPE, SIG_IGN);
     // Close-on-exec everywhere: a child started by another game thread must
     // not inherit this engine's pipe ends, or this engine's death would
     // never show as end of file.

@@ -87,9 +87,7 @@ int main(int argc, char** argv) {
     config.header.date = today();
     config.liveLine = isatty(STDERR_FILENO);
 
-    // A dead engine must show as a failed write, not kill the runner; Ctrl-C
-    // lets the game threads wind down so the summary is still printed.
-    signal(SIGPIPE, SIG_IGN);
+    // Ctrl-C lets the game threads wind down so the summary is still printed.
     struct sigaction action {};
     action.sa_handler = on_interrupt;
     sigemptyset(&action.sa_mask);
