@@ -7,8 +7,8 @@
 
 namespace morvane {
 
-thread_local std::uint64_t g_checkersCalls = 0;
-thread_local std::uint64_t g_checkersComputed = 0;
+std::uint64_t g_checkersCalls = 0;
+std::uint64_t g_checkersComputed = 0;
 
 namespace {
 

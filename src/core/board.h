@@ -33,10 +33,9 @@ struct KeyEntry {
     std::uint8_t checkersValid;
 };
 
-// Diagnostic counters of the checkers cache; nothing reads them. One set
-// per thread: tools play several games at once on their own boards.
-extern thread_local std::uint64_t g_checkersCalls;
-extern thread_local std::uint64_t g_checkersComputed;
+// Diagnostic counters of the checkers cache; nothing reads them.
+extern std::uint64_t g_checkersCalls;
+extern std::uint64_t g_checkersComputed;
 
 class Board {
 public:
