@@ -131,10 +131,11 @@ void print_summary(const MatchSummary& s, const MatchConfig& config, std::ostrea
     const EloEstimate e = estimate_elo(s.wdl);
     const std::string& first = config.engines[0].name;
     const std::string& second = config.engines[1].name;
-    const int hours = static_cast<int>(s.seconds / 3600), minutes = static_cast<int>(s.seconds / 60) % 60;
+    const int hours = static_cast<int>(s.seconds / 3600), minutes = static_cast<int>(s.seconds / 60) % 60,
+              seconds = static_cast<int>(s.seconds) % 60;
     out << std::fixed << std::setprecision(1);
     out << "\n" << first << " vs " << second << ": " << s.wdl.games() << " games in " << hours << 'h'
-        << std::setw(2) << std::setfill('0') << minutes << std::setfill(' ') << "m ("
+        << std::setfill('0') << std::setw(2) << minutes << 'm' << std::setw(2) << seconds << std::setfill(' ') << "s ("
         << std::setprecision(0) << games_per_hour(s.wdl.games(), s.seconds) << " games/hour)"
         << (s.interrupted ? ", interrupted" : "") << '\n'
         << std::setprecision(1);
