@@ -185,7 +185,9 @@ void Board::set_fen(const std::string& fenText) {
     if (epField.size() == 2 && epField[0] >= 'a' && epField[0] <= 'h' && epField[1] >= '1' && epField[1] <= '8')
         ep = make_square(epField[0] - 'a', epField[1] - '1');
     states[0].epSquare = ep;
-    states[0].halfmove = static_cast<std::uint16_t>(halfmove);
+    // Past a hundred plies the fifty-move rule has long applied; the cap
+    // keeps the 16-bit counter from wrapping however long the game goes on.
+    states[0].halfmove = static_cast<std::uint16_t>(std::clamp(halfmove, 0, MAX_FEN_HALFMOVE));
 
     keys[0].key = compute_key();
     keys[0].pawnKey = compute_pawn_key();

@@ -16,6 +16,7 @@ constexpr int MAX_GAME_PLY = 1024;
 // so that its root never stands higher than MAX_ROOT_PLY.
 constexpr int SEARCH_PLY_RESERVE = 256;
 constexpr int MAX_ROOT_PLY = MAX_GAME_PLY - SEARCH_PLY_RESERVE;
+constexpr int MAX_FEN_HALFMOVE = 10000;
 constexpr const char* StartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
 // Castling rights bits.

@@ -93,6 +93,11 @@ TEST(Board, FenFieldsAndDefaults) {
     EXPECT_EQ(board.state().castling, 0);
     EXPECT_EQ(board.state().epSquare, NO_SQUARE);
     EXPECT_EQ(board.state().halfmove, 0);
+    // The 16-bit clock neither wraps nor goes negative.
+    board.set_fen("4k3/8/8/8/8/8/8/4K3 w - - 70000 1");
+    EXPECT_EQ(board.state().halfmove, MAX_FEN_HALFMOVE);
+    board.set_fen("4k3/8/8/8/8/8/8/4K3 w - - -5 1");
+    EXPECT_EQ(board.state().halfmove, 0);
 
     board.set_fen(StartFen);
     EXPECT_EQ(board.fen(), StartFen);
