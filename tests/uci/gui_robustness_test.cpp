@@ -1,6 +1,6 @@
-// What real GUIs and match managers do that plain test positions do not:
-// games of a thousand plies, odd FENs, clocks of absurd size, node limits,
-// pondering, and closing the pipe in the middle of a search.
+// Protocol tests for what real GUIs and match managers do that plain test
+// positions do not: games of a thousand plies, odd FENs, clocks of absurd
+// size, node limits, pondering, and closing the pipe mid-search.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -8,9 +8,8 @@
 #include <fstream>
 #include <thread>
 
-#include "core/notation.h"
-#include "movegen/movegen.h"
 #include "support/engine_process.h"
+#include "support/test_positions.h"
 
 using namespace morvane;
 using Clock = std::chrono::steady_clock;
@@ -26,11 +25,7 @@ long elapsed_ms(Clock::time_point since) {
 bool is_legal(const std::string& fen, const std::string& bestmoveLine) {
     Board board;
     board.set_fen(fen);
-    ScoredMove moves[MAX_MOVES];
-    const int n = generate_legal(board, moves, false);
-    for (int i = 0; i < n; ++i)
-        if (bestmoveLine == "bestmove " + move_to_uci(moves[i].move)) return true;
-    return false;
+    return bestmoveLine.rfind("bestmove ", 0) == 0 && test::find_move(board, bestmoveLine.substr(9)) != NULL_MOVE;
 }
 
 void start(test::EngineProcess& engine) {
@@ -41,7 +36,7 @@ void start(test::EngineProcess& engine) {
 
 }  // namespace
 
-TEST(GuiRobustness, ThousandPlyGamesAndOddFensStillGetLegalAnswers) {
+TEST(Protocol, ThousandPlyGamesAndOddFensStillGetLegalAnswers) {
     test::EngineProcess engine;
     start(engine);
     // 1,100 plies of knights going back and forth: the start position again,
@@ -75,7 +70,7 @@ TEST(GuiRobustness, ThousandPlyGamesAndOddFensStillGetLegalAnswers) {
     EXPECT_TRUE(is_legal("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1", *after)) << *after;
 }
 
-TEST(GuiRobustness, NodeLimitEndsTheSearchByItself) {
+TEST(Protocol, NodeLimitEndsTheSearchByItself) {
     test::EngineProcess engine;
     start(engine);
     engine.send("position startpos moves e2e4 e7e5");
@@ -93,7 +88,7 @@ TEST(GuiRobustness, NodeLimitEndsTheSearchByItself) {
     EXPECT_TRUE(engine.wait_for("bestmove ", 10000));
 }
 
-TEST(GuiRobustness, AbsurdClocksSearchNormally) {
+TEST(Protocol, AbsurdClocksSearchNormally) {
     test::EngineProcess engine;
     start(engine);
     for (const char* go : {"go wtime 9223372036854775807 btime 9223372036854775807 winc 9223372036854775807",
@@ -110,7 +105,7 @@ TEST(GuiRobustness, AbsurdClocksSearchNormally) {
     }
 }
 
-TEST(GuiRobustness, PonderingAnswersOnlyAfterPonderhitOrStop) {
+TEST(Protocol, PonderingAnswersOnlyAfterPonderhitOrStop) {
     test::EngineProcess engine;
     start(engine);
     engine.send("position startpos moves e2e4");
@@ -130,7 +125,7 @@ TEST(GuiRobustness, PonderingAnswersOnlyAfterPonderhitOrStop) {
     EXPECT_TRUE(is_legal("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1", *best)) << *best;
 }
 
-TEST(GuiRobustness, EndOfInputStopsTheSearchLikeQuit) {
+TEST(Protocol, EndOfInputStopsTheSearchLikeQuit) {
     test::EngineProcess engine;
     start(engine);
     engine.send("position startpos");
@@ -143,7 +138,7 @@ TEST(GuiRobustness, EndOfInputStopsTheSearchLikeQuit) {
     EXPECT_LE(elapsed_ms(closed), 1000);
 }
 
-TEST(GuiRobustness, SuiteRunsPastUnplayableLinesAndRefusesHugeNumbers) {
+TEST(Protocol, SuiteRunsPastUnplayableLinesAndRefusesHugeNumbers) {
     const auto dir = std::filesystem::temp_directory_path() / ("morvane_gui_" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir);
     const std::string epd = (dir / "suite.epd").string(), base = (dir / "r").string();
