@@ -45,14 +45,14 @@ constexpr RangeRule Rules[] = {
     {"aspiration_initial_delta", Match::Exact, {1, 100000}},
     // Margins, multiplied by depths or by missing phase and pawns.
     {"_margin_per_depth", Match::Suffix, {-100000, 100000}},
+    {"rfp_improving_margin_reduction", Match::Exact, {-100000, 100000}},
+    {"lazy_eval_min_phase", Match::Exact, {-1000, 1000}},  // compared with the phase
+    {"lazy_eval_", Match::Prefix, {-100000, 100000}},
     // Depths and move counts: compared, or squared in the late-move count.
     {"_depth", Match::Suffix, {-1000, 1000}},
     {"_threshold", Match::Suffix, {-100000, 100000}},
     {"lmr_min_move_index", Match::Exact, {0, 1000}},
     {"lmp_", Match::Prefix, {-10000, 10000}},
-    {"lazy_eval_min_phase", Match::Exact, {-1000, 1000}},
-    {"rfp_improving_margin_reduction", Match::Exact, {-100000, 100000}},
-    {"lazy_eval_", Match::Prefix, {-100000, 100000}},
     // Percentages of a score.
     {"_pct", Match::Suffix, {-1000, 1000}},
     // Move-ordering scores, added to histories capped near a million.
