@@ -17,6 +17,7 @@ using Clock = std::chrono::steady_clock;
 namespace {
 
 constexpr int StartupMs = 30000;
+constexpr const char* AfterE4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1";
 
 long elapsed_ms(Clock::time_point since) {
     return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
@@ -67,7 +68,7 @@ TEST(Protocol, ThousandPlyGamesAndOddFensStillGetLegalAnswers) {
     engine.send("go depth 2");
     const auto after = engine.wait_for("bestmove ", 10000);
     ASSERT_TRUE(after);
-    EXPECT_TRUE(is_legal("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1", *after)) << *after;
+    EXPECT_TRUE(is_legal(AfterE4, *after)) << *after;
 }
 
 TEST(Protocol, NodeLimitEndsTheSearchByItself) {
@@ -122,7 +123,7 @@ TEST(Protocol, PonderingAnswersOnlyAfterPonderhitOrStop) {
     engine.send("stop");
     const auto best = engine.wait_for("bestmove ", 2000);
     ASSERT_TRUE(best);
-    EXPECT_TRUE(is_legal("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1", *best)) << *best;
+    EXPECT_TRUE(is_legal(AfterE4, *best)) << *best;
 }
 
 TEST(Protocol, EndOfInputStopsTheSearchLikeQuit) {
