@@ -15,6 +15,7 @@
 #include <memory>
 #include <random>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "config/engine_config.h"
@@ -169,7 +170,11 @@ int main(int argc, char** argv) {
         for (int k = static_cast<int>(rng() % 12) + 1; k > 0; --k, ++lines) {
             const std::string line = random_line(rng, configs);
             engine->send(line);
-            if (line.rfind("go", 0) == 0 && rng() % 2) engine->send(rng() % 2 ? "stop" : "ponderhit");
+            if (line.rfind("go", 0) != 0) continue;
+            // Mostly let the search run a little, then end it, so that the
+            // next positions are not all refused as arriving mid-search.
+            if (rng() % 4 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(rng() % 30));
+            if (const auto r = rng() % 8; r < 6) engine->send(r == 0 ? "ponderhit" : "stop");
         }
         // Whatever was started ends on "stop"; the engine must then answer,
         // and still complete a search of its own.
