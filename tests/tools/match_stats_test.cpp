@@ -42,9 +42,15 @@ TEST(MatchStats, SprtLogLikelihoodRatioOfPairCounts) {
     const SprtBounds b{0, 5, 0.05, 0.05};
     EXPECT_NEAR(b.lower(), -2.944439, 1e-6);  // log(0.05 / 0.95)
     EXPECT_NEAR(b.upper(), 2.944439, 1e-6);
-    EXPECT_EQ(sprt_verdict(3.0, b), SprtVerdict::AcceptH1);
-    EXPECT_EQ(sprt_verdict(-3.0, b), SprtVerdict::AcceptH0);
-    EXPECT_EQ(sprt_verdict(0.5, b), SprtVerdict::Continue);
+    const Pentanomial enough{5, 5, 5, 5, 5};
+    EXPECT_EQ(sprt_verdict(enough, 3.0, b), SprtVerdict::AcceptH1);
+    EXPECT_EQ(sprt_verdict(enough, -3.0, b), SprtVerdict::AcceptH0);
+    EXPECT_EQ(sprt_verdict(enough, 0.5, b), SprtVerdict::Continue);
+    // One lucky pair gives a ratio past the bounds, but decides nothing.
+    const Pentanomial onePair{0, 0, 0, 1, 0};
+    const SprtBounds wide{0, 10};
+    EXPECT_GE(sprt_llr(onePair, wide), wide.upper());
+    EXPECT_EQ(sprt_verdict(onePair, sprt_llr(onePair, wide), wide), SprtVerdict::Continue);
 }
 
 TEST(MatchStats, OneSidedMatchStillReachesADecision) {

@@ -265,6 +265,7 @@ Options:
                     are LOGISTIC Elo (the scale of the Elo in the summary);
                     pentanomial model on game pairs, normal approximation
                     of the generalized SPRT. ALPHA, BETA default 0.05.
+                    No verdict before 20 game pairs.
   --resign [moves=3] [score=1000]
                     adjudicate a win when both engines report one side
                     ahead by score centipawns for moves moves each (off by default)

@@ -107,7 +107,7 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
             ++summary.pairs[pair_index(points[0], points[1])];
             if (config.sprt) {
                 summary.llr = sprt_llr(summary.pairs, *config.sprt);
-                summary.verdict = sprt_verdict(summary.llr, *config.sprt);
+                summary.verdict = sprt_verdict(summary.pairs, summary.llr, *config.sprt);
                 if (summary.verdict != SprtVerdict::Continue) stop.store(true);
             }
             if (!config.liveLine && summary.wdl.games() >= lastReported + 20) {

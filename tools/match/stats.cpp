@@ -66,7 +66,10 @@ double sprt_llr(const Pentanomial& pairs, const SprtBounds& bounds) {
     return n * (s1 - s0) * (2 * mean - s0 - s1) / (2 * variance);
 }
 
-SprtVerdict sprt_verdict(double llr, const SprtBounds& bounds) {
+SprtVerdict sprt_verdict(const Pentanomial& pairs, double llr, const SprtBounds& bounds) {
+    std::int64_t total = 0;
+    for (auto c : pairs) total += c;
+    if (total < SprtMinPairs) return SprtVerdict::Continue;
     if (llr >= bounds.upper()) return SprtVerdict::AcceptH1;
     if (llr <= bounds.lower()) return SprtVerdict::AcceptH0;
     return SprtVerdict::Continue;

@@ -47,7 +47,13 @@ struct SprtBounds {
 // estimated from the counts themselves. 0 before the first pair.
 double sprt_llr(const Pentanomial& pairs, const SprtBounds& bounds);
 
+// The variance behind the ratio is estimated from the pairs themselves, so
+// a handful of pairs that happen to agree (one pair of 3/2 points alone
+// gives a ratio beyond the bounds) would decide the test on no evidence:
+// no verdict before this many pairs.
+constexpr std::int64_t SprtMinPairs = 20;
+
 enum class SprtVerdict { Continue, AcceptH0, AcceptH1 };
-SprtVerdict sprt_verdict(double llr, const SprtBounds& bounds);
+SprtVerdict sprt_verdict(const Pentanomial& pairs, double llr, const SprtBounds& bounds);
 
 }  // namespace match
