@@ -2,6 +2,8 @@
 // temp_directory_path(), which follows TMPDIR.
 #pragma once
 
+#include <unistd.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <string>
@@ -32,7 +34,9 @@ public:
         std::filesystem::remove_all(dir_, ec);
     }
     std::filesystem::path path() const { return dir_; }
-    std::filesystem::path cache() const { return std::filesystem::path(dir_) / "morvane_syzygy_cache"; }
+    std::filesystem::path cache() const {
+        return std::filesystem::path(dir_) / ("morvane-" + std::to_string(geteuid()));
+    }
 
 private:
     std::string dir_, old_;
