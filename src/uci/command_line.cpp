@@ -74,8 +74,9 @@ int run_command_line(int argc, char** argv) {
     if (!req.epdFile.empty() && !req.output.empty() && (req.depth > 0 || req.movetime > 0)) {
         load_config("Morvane047.cfg", g_config);
         try {
-            run_sts_suite(req.epdFile, static_cast<int>(req.depth), static_cast<long>(req.movetime), req.output,
-                          req.resume);
+            if (!run_sts_suite(req.epdFile, static_cast<int>(req.depth), static_cast<long>(req.movetime),
+                               req.output, req.resume))
+                return 1;
         } catch (const std::exception& e) {
             // An unplayable suite position ends the run; every report line
             // written before it is already on disk.
