@@ -93,32 +93,6 @@ std::string damaged(std::string b, std::mt19937_64& rng) {
     return b;
 }
 
-// A random placement of the table's pieces as reader arguments; the reader
-// refuses the illegal ones itself.
-test::TbProbeArgs random_args(const std::string& table, std::mt19937_64& rng) {
-    test::TbProbeArgs a{};
-    std::uint64_t used = 0;
-    const std::size_t v = table.find('v');
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        if (i == v) continue;
-        std::uint64_t bit;
-        do bit = std::uint64_t{1} << (rng() % 64);
-        while (used & bit);
-        used |= bit;
-        (i < v ? a.w : a.b) |= bit;
-        switch (table[i]) {
-            case 'K': a.k |= bit; break;
-            case 'Q': a.q |= bit; break;
-            case 'R': a.r |= bit; break;
-            case 'B': a.bi |= bit; break;
-            case 'N': a.n |= bit; break;
-            default: a.p |= bit; break;
-        }
-    }
-    a.turn = rng() & 1;
-    return a;
-}
-
 TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
     test::ScratchTmpdir scratch;
     const fs::path dir = scratch.path() / "fuzz";
@@ -143,10 +117,12 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
         write_bytes(file, damaged(pristine, rng));
         tb_init(dir.c_str());
         for (int probe = 0; probe < 12; ++probe) {
-            const test::TbProbeArgs a = random_args(table, rng);
-            const unsigned wdl = tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.turn);
+            Board board;
+            if (!test::random_position(table, rng, board)) continue;
+            const test::TbProbeArgs a = test::probe_args(board);
+            const unsigned wdl = tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
             unsigned results[257];
-            const unsigned root = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, 0, a.turn, results);
+            const unsigned root = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.ep, a.turn, results);
             // A damaged file may give a wrong answer, never an impossible one.
             if (wdl != TB_RESULT_FAILED) {
                 EXPECT_LE(wdl, TB_WIN);
