@@ -32,7 +32,8 @@ FileRead read_regular_file(const std::string& path, std::size_t maxBytes, std::s
     } else if (!S_ISREG(st.st_mode)) {
         problem = kind_of(st.st_mode);
     } else if (static_cast<std::size_t>(st.st_size) > maxBytes) {
-        problem = "trop volumineux : " + std::to_string(st.st_size) + " octets pour " + std::to_string(maxBytes) + " au plus";
+        problem = "trop volumineux : " + std::to_string(st.st_size) + " octets pour " + std::to_string(maxBytes) +
+                  " au plus";
     } else {
         content.clear();
         char buffer[1 << 16];

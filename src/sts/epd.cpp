@@ -56,10 +56,9 @@ void read_operation(const std::string& op, StsPosition& pos) {
 std::vector<StsPosition> parse_epd_file(const std::string& path) {
     std::vector<StsPosition> positions;
     std::string content, problem;
-    switch (read_regular_file(path, maxSuiteBytes, content, problem)) {
-        case FileRead::Missing: std::cerr << "Impossible d'ouvrir " << path << std::endl; return positions;
-        case FileRead::Refused: std::cerr << "Impossible d'ouvrir " << path << " : " << problem << std::endl; return positions;
-        case FileRead::Ok: break;
+    if (const FileRead read = read_regular_file(path, maxSuiteBytes, content, problem); read != FileRead::Ok) {
+        std::cerr << "Impossible d'ouvrir " << path << (read == FileRead::Refused ? " : " + problem : "") << std::endl;
+        return positions;
     }
     std::istringstream file(content);
     std::string raw;

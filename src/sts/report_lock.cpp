@@ -14,17 +14,14 @@ LockedReport::~LockedReport() {
     if (fd_ >= 0) ::close(fd_);
 }
 
-std::string LockedReport::open(const std::string& path, bool& busy) {
-    busy = false;
+std::string LockedReport::open(const std::string& path) {
     // O_NONBLOCK: a FIFO with no reader fails at once instead of hanging.
     fd_ = ::open(path.c_str(), O_WRONLY | O_CREAT | O_NONBLOCK | O_CLOEXEC, 0644);
     if (fd_ < 0) return std::strerror(errno);
     struct stat st;
     if (::fstat(fd_, &st) != 0 || !S_ISREG(st.st_mode)) return "pas un fichier ordinaire";
-    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0) {
-        busy = errno == EWOULDBLOCK;
-        return busy ? "deja utilise par un autre lancement" : std::strerror(errno);
-    }
+    if (::flock(fd_, LOCK_EX | LOCK_NB) != 0)
+        return errno == EWOULDBLOCK ? "deja utilise par un autre lancement" : std::strerror(errno);
     return "";
 }
 

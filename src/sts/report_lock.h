@@ -18,9 +18,8 @@ public:
     LockedReport& operator=(const LockedReport&) = delete;
 
     // Opens `path` for writing (created when missing, never truncated here)
-    // and locks it without waiting. "" on success, else why it failed;
-    // `busy` is set when another run holds the lock.
-    std::string open(const std::string& path, bool& busy);
+    // and locks it without waiting. "" on success, else why it failed.
+    std::string open(const std::string& path);
 
     // Cuts the file to `length` bytes; false on failure.
     bool truncate(std::size_t length);

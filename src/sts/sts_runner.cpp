@@ -172,9 +172,8 @@ bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
         return false;
     };
     LockedReport txtLock, csvLock;
-    bool busy = false;
-    if (const std::string why = txtLock.open(txtPath, busy); !why.empty()) return cannot_write(txtPath + " " + why);
-    if (const std::string why = csvLock.open(csvPath, busy); !why.empty()) return cannot_write(csvPath + " " + why);
+    if (const std::string why = txtLock.open(txtPath); !why.empty()) return cannot_write(txtPath + " " + why);
+    if (const std::string why = csvLock.open(csvPath); !why.empty()) return cannot_write(csvPath + " " + why);
 
     ResumeTable resumed;
     if (resume) {

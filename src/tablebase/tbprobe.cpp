@@ -285,7 +285,8 @@ TbEntry* find_entry(std::uint64_t key) {
 int open_tb(const std::string& name, const char* suffix) {
     for (const std::string& dir : paths) {
         std::string file = dir + "/" + name + suffix;
-        int fd = ::open(file.c_str(), O_RDONLY);
+        // Without O_NONBLOCK a FIFO planted under a table's name would hang.
+        int fd = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd >= 0) return fd;
     }
     return -1;
@@ -300,7 +301,7 @@ FileCheck check_file(const std::string& name, int kind) {
     int fd = open_tb(name, tbSuffix[kind]);
     if (fd < 0) return FileCheck::Missing;
     struct stat st;
-    bool sizeOk = ::fstat(fd, &st) == 0 && st.st_size % 64 == 16;
+    bool sizeOk = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size % 64 == 16;
     unsigned char head[8] = {0};
     bool foreign = false;
     if (sizeOk && ::pread(fd, head, 8, 0) == 8 && tb::read_u32(head) == tbMagic[kind])

@@ -247,8 +247,7 @@ TEST_F(StsRunnerTest, HeldOrUnwritableReportsStopTheRunUntouched) {
     test::CapturedStreams io;
     {
         LockedReport other;
-        bool busy = false;
-        ASSERT_EQ(other.open(dir + "x.csv", busy), "");
+        ASSERT_EQ(other.open(dir + "x.csv"), "");
         EXPECT_FALSE(run_sts_suite(suite, 2, 0, dir + "x", false));
         EXPECT_NE(io.err().find(dir + "x.csv deja utilise par un autre lancement -- arret."), std::string::npos);
     }
