@@ -46,7 +46,8 @@ std::string csv_row_problem(const std::string& line, std::string& id, int& score
     } numbers[] = {{4, INT_MIN, INT_MAX}, {7, 0, INT_MAX}, {8, 0, LLONG_MAX},
                    {9, 0, LLONG_MAX},     {13, 0, INT_MAX}, {14, 1, INT_MAX}};
     for (const auto& n : numbers)
-        if (!whole_number(f[n.field], n.low, n.high, v)) return "champ " + std::to_string(n.field + 1) + " non numerique";
+        if (!whole_number(f[n.field], n.low, n.high, v))
+            return "champ " + std::to_string(n.field + 1) + " non numerique";
     if (!whole_number(f[6], 1, INT_MAX, max)) return "score_max invalide";
     if (!whole_number(f[5], 0, max, s)) return "score hors de 0.." + std::to_string(max);
     // The expected move's rank and score are written together or not at all.

@@ -80,16 +80,17 @@ int open_cache_dir(const std::filesystem::path& dir, std::string& why) {
         why = problem;
         return -1;
     }
-    // The path may have changed between lstat and open: check the status of
-    // what was actually opened again.
+    // The path may have been swapped between lstat and open: what was opened
+    // must be the very directory that passed the checks.
     int fd = ::open(dir.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
+    if (fd < 0) {
+        why = std::string("ouverture impossible (") + std::strerror(errno) + ")";
+        return -1;
+    }
     struct stat opened;
-    const char* problem = fd < 0 ? "ouverture impossible" : ::fstat(fd, &opened) != 0 ? "etat illisible"
-                                                                                      : cache_dir_problem(opened, ::geteuid());
-    if (!problem && (opened.st_dev != st.st_dev || opened.st_ino != st.st_ino)) problem = "remplace pendant l'ouverture";
-    if (problem) {
-        if (fd >= 0) ::close(fd);
-        why = problem;
+    if (::fstat(fd, &opened) != 0 || opened.st_dev != st.st_dev || opened.st_ino != st.st_ino) {
+        ::close(fd);
+        why = "remplace pendant l'ouverture";
         return -1;
     }
     // A directory of ours that others may enter or write is made private.

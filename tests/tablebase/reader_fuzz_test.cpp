@@ -32,7 +32,9 @@ void write_bytes(const fs::path& path, const std::string& bytes) {
 unsigned u16_at(const std::string& b, std::size_t at) {
     return at + 1 < b.size() ? unsigned(std::uint8_t(b[at])) | unsigned(std::uint8_t(b[at + 1])) << 8 : 0;
 }
-std::size_t u32_at(const std::string& b, std::size_t at) { return u16_at(b, at) | std::size_t(u16_at(b, at + 2)) << 16; }
+std::size_t u32_at(const std::string& b, std::size_t at) {
+    return u16_at(b, at) | std::size_t(u16_at(b, at + 2)) << 16;
+}
 
 void put_u32(std::string& b, std::size_t at, std::uint32_t v) {
     for (int i = 0; i < 4 && at + i < b.size(); ++i) b[at + i] = static_cast<char>(v >> (8 * i));
@@ -101,8 +103,10 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
     // promotions lead to, so that the probes reach every decoding path.
     const char* tables[] = {"KPvK", "KRvK", "KQvK", "KBvK", "KNvK", "KPvKP", "KRvKP", "KQvKR"};
     for (const char* table : tables)
-        for (const char* suffix : {".rtbw", ".rtbz"})
-            fs::copy_file(fs::path(test::shared_table_dir()) / (std::string(table) + suffix), dir / (std::string(table) + suffix));
+        for (const char* suffix : {".rtbw", ".rtbz"}) {
+            const std::string name = std::string(table) + suffix;
+            fs::copy_file(fs::path(test::shared_table_dir()) / name, dir / name);
+        }
 
     const char* rounds = std::getenv("MORVANE_FUZZ_ROUNDS");
     const int damagedFiles = rounds ? std::atoi(rounds) : 300;
@@ -122,7 +126,8 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
             const test::TbProbeArgs a = test::probe_args(board);
             const unsigned wdl = tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
             unsigned results[257];
-            const unsigned root = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.ep, a.turn, results);
+            const unsigned root =
+                tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.ep, a.turn, results);
             // A damaged file may give a wrong answer, never an impossible one.
             if (wdl != TB_RESULT_FAILED) {
                 EXPECT_LE(wdl, TB_WIN);
