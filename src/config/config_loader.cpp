@@ -8,6 +8,7 @@
 #include <string_view>
 #include <unordered_map>
 
+#include "config/safe_ranges.h"
 #include "core/file_read.h"
 
 namespace morvane {
@@ -211,6 +212,7 @@ bool load_config(const std::string& path, EngineConfig& config) {
                   << config.material_pawn << " != 100\n";
         rescale_to_pawn_100(config);
     }
+    clamp_to_safe_ranges(path, config);  // last: rescaling can push values out again
     std::cerr << std::flush;
     return true;
 }

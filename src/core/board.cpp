@@ -1,5 +1,6 @@
 #include "core/board.h"
 
+#include <algorithm>
 #include <sstream>
 #include <stdexcept>
 
@@ -133,8 +134,9 @@ void Board::set_fen(const std::string& fenText) {
     for (auto& sq : squares) sq = 0;
     side = WHITE;
     ply = 0;
+    droppedPlies = 0;
     keys[0] = KeyEntry{};
-    states[0] = StateEntry{0, 0, NO_SQUARE, 15, NO_SQUARE, 0};
+    states[0] = StateEntry{0, 0, NO_SQUARE, 0, NO_SQUARE, 0};
 
     std::istringstream in(fenText);
     std::string placement, sideField, castlingField, epField;
@@ -151,10 +153,18 @@ void Board::set_fen(const std::string& fenText) {
         } else if (ch >= '0' && ch <= '9') {
             file += ch - '0';
         } else {
-            int code = piece_code_of(ch);
-            if (!code) throw std::runtime_error("FEN invalide: piece inconnue");
+            const int code = piece_code_of(ch);
             // An overlong rank or a ninth rank must never write off the board.
-            if (file > 7 || rank < 0) throw std::runtime_error("FEN invalide: case hors de l'echiquier");
+            const char* problem = !code                   ? "FEN invalide: piece inconnue"
+                                  : file > 7 || rank < 0 ? "FEN invalide: case hors de l'echiquier"
+                                                         : nullptr;
+            if (problem) {
+                // The pieces placed so far stay, with keys that match them,
+                // so that the board is consistent for whatever reads it next.
+                keys[0].key = compute_key();
+                keys[0].pawnKey = compute_pawn_key();
+                throw std::runtime_error(problem);
+            }
             put_piece(code, make_square(file, rank));
             ++file;
         }
@@ -175,7 +185,9 @@ void Board::set_fen(const std::string& fenText) {
     if (epField.size() == 2 && epField[0] >= 'a' && epField[0] <= 'h' && epField[1] >= '1' && epField[1] <= '8')
         ep = make_square(epField[0] - 'a', epField[1] - '1');
     states[0].epSquare = ep;
-    states[0].halfmove = static_cast<std::uint16_t>(halfmove);
+    // Past a hundred plies the fifty-move rule has long applied; the cap
+    // keeps the 16-bit counter from wrapping however long the game goes on.
+    states[0].halfmove = static_cast<std::uint16_t>(std::clamp(halfmove, 0, MAX_FEN_HALFMOVE));
 
     keys[0].key = compute_key();
     keys[0].pawnKey = compute_pawn_key();
@@ -291,6 +303,22 @@ void Board::undo_move() {
     if (st.captured) put_piece(st.captured, st.captureSquare);
     side = mover;
     --ply;
+}
+
+void Board::undo_to(int rootPly) {
+    while (ply > rootPly) {
+        if (states[ply].move == NULL_MOVE) undo_null_move();
+        else undo_move();
+    }
+}
+
+void Board::keep_recent_history(int keep) {
+    keep = std::clamp(keep, 0, ply);
+    const int first = ply - keep;
+    std::copy(states + first, states + ply + 1, states);
+    std::copy(keys + first, keys + ply + 1, keys);
+    droppedPlies += first;
+    ply = keep;
 }
 
 void Board::do_null_move() {

@@ -12,6 +12,11 @@
 namespace morvane {
 
 constexpr int MAX_GAME_PLY = 1024;
+// Plies kept free above the root for the search; a game history is trimmed
+// so that its root never stands higher than MAX_ROOT_PLY.
+constexpr int SEARCH_PLY_RESERVE = 256;
+constexpr int MAX_ROOT_PLY = MAX_GAME_PLY - SEARCH_PLY_RESERVE;
+constexpr int MAX_FEN_HALFMOVE = 10000;
 constexpr const char* StartFen = "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1";
 
 // Castling rights bits.
@@ -49,6 +54,7 @@ public:
     KeyEntry keys[MAX_GAME_PLY];
     mutable std::vector<PawnEntry> pawnTable;  // a cache: evaluation fills it through const boards
     std::uint64_t pawnMask;
+    int droppedPlies = 0;  // plies of the game no longer held in states and keys
 
     Board();
 
@@ -60,6 +66,16 @@ public:
     void do_null_move();
     void undo_null_move();
     void move_piece(Square from, Square to);
+
+    // Takes back moves and null moves until the board stands at rootPly:
+    // after an exception deep in a search or a perft, the board is as it was.
+    void undo_to(int rootPly);
+    // Forgets all but the last `keep` plies of the history. Repetitions can
+    // only reach back to the last irreversible move, so a long game keeps
+    // what matters within fixed-size tables.
+    void keep_recent_history(int keep);
+    // Plies since the game's first position, forgotten ones included.
+    int game_ply() const { return droppedPlies + ply; }
 
     Bitboard attackers_to(Square s, Bitboard occ) const {
         return (knightAtt[s] & (pieces[WHITE][KNIGHT] | pieces[BLACK][KNIGHT])) |

@@ -6,16 +6,26 @@ namespace morvane {
 
 namespace {
 
-bool castling_rights_consistent(const Board& b) {
-    const int rights = b.state().castling;
+// The castling rights whose king and rook stand on their home squares.
+int possible_castling_rights(const Board& b) {
     auto has = [&](int code, Square s) { return b.squares[s] == code; };
     const int wk = make_piece(WHITE, KING), bk = make_piece(BLACK, KING);
     const int wr = make_piece(WHITE, ROOK), br = make_piece(BLACK, ROOK);
-    if ((rights & WHITE_OO) && !(has(wk, 4) && has(wr, 7))) return false;
-    if ((rights & WHITE_OOO) && !(has(wk, 4) && has(wr, 0))) return false;
-    if ((rights & BLACK_OO) && !(has(bk, 60) && has(br, 63))) return false;
-    if ((rights & BLACK_OOO) && !(has(bk, 60) && has(br, 56))) return false;
-    return true;
+    int rights = 0;
+    if (has(wk, 4) && has(wr, 7)) rights |= WHITE_OO;
+    if (has(wk, 4) && has(wr, 0)) rights |= WHITE_OOO;
+    if (has(bk, 60) && has(br, 63)) rights |= BLACK_OO;
+    if (has(bk, 60) && has(br, 56)) rights |= BLACK_OOO;
+    return rights;
+}
+
+std::string castling_letters(int rights) {
+    std::string letters;
+    if (rights & WHITE_OO) letters += 'K';
+    if (rights & WHITE_OOO) letters += 'Q';
+    if (rights & BLACK_OO) letters += 'k';
+    if (rights & BLACK_OOO) letters += 'q';
+    return letters;
 }
 
 // The en-passant square must lie behind an enemy pawn that has just made a
@@ -51,9 +61,26 @@ std::string position_problem(const Board& b) {
     const Color them = b.side ^ 1;
     if (b.attackers_to(b.king_square(them), b.occupied) & b.byColor[b.side])
         return "le roi du camp qui n'a pas le trait est en echec";
-    if (!castling_rights_consistent(b)) return "droits de roque sans roi ou tour a leur place";
-    if (!en_passant_consistent(b)) return "case en passant incoherente";
     return {};
+}
+
+std::string drop_impossible_rights(Board& b) {
+    StateEntry& st = b.states[b.ply];
+    std::string dropped;
+    if (const int impossible = st.castling & ~possible_castling_rights(b)) {
+        st.castling = static_cast<std::uint8_t>(st.castling & ~impossible);
+        dropped = "droits de roque sans roi ou tour a leur place retires (" + castling_letters(impossible) + ")";
+    }
+    if (!en_passant_consistent(b)) {
+        dropped += (dropped.empty() ? "" : ", ") + std::string("case en passant incoherente retiree (") +
+                   square_to_string(st.epSquare) + ")";
+        st.epSquare = NO_SQUARE;
+    }
+    if (!dropped.empty()) {
+        b.keys[b.ply].key = b.compute_key();
+        b.keys[b.ply].checkersValid = 0;
+    }
+    return dropped;
 }
 
 }  // namespace morvane

@@ -10,7 +10,12 @@
 
 namespace morvane {
 
-// Empty when the position is playable, otherwise the reason in French.
+// Empty when the position can be searched, otherwise the reason in French.
 std::string position_problem(const Board& board);
+
+// Drops the castling rights whose king or rook is not on its home square
+// and an en-passant square no double step can explain, as GUIs do with
+// such FENs; returns what was dropped in French, empty when nothing was.
+std::string drop_impossible_rights(Board& board);
 
 }  // namespace morvane

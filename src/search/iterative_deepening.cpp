@@ -31,7 +31,7 @@ int base_moves_to_go(const Board& b) {
         phase += popcount(b.pieces[side][KNIGHT]) + popcount(b.pieces[side][BISHOP]) +
                  2 * popcount(b.pieces[side][ROOK]) + 4 * popcount(b.pieces[side][QUEEN]);
     phase = std::min(phase, 24);
-    const int moveNumber = b.ply / 2;
+    const int moveNumber = b.game_ply() / 2;
     const int pawns = popcount(b.pieces[WHITE][PAWN] | b.pieces[BLACK][PAWN]);
     if (phase >= c.time_phase_opening_min && moveNumber <= c.time_phase_opening_max_moves &&
         pawns >= c.time_phase_opening_pawn_threshold)
@@ -53,15 +53,20 @@ Move initial_best_move(Board& board) {
 
 std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits) {
     const EngineConfig& c = g_config;
-    if (limits.movetime >= 0) return limits.movetime;
+    // A year is more than any clock; beyond it the arithmetic below and the
+    // deadline's nanoseconds could overflow.
+    static constexpr std::int64_t YearMs = 365LL * 24 * 60 * 60 * 1000;
+    auto sane = [](std::int64_t ms) { return std::clamp(ms, -YearMs, YearMs); };
+    if (limits.movetime >= 0) return sane(limits.movetime);
     if (limits.wtime < 0 && limits.btime < 0) return -1;
-    const std::int64_t t = std::max<std::int64_t>(board.side == WHITE ? limits.wtime : limits.btime, 0);
-    const std::int64_t inc = board.side == WHITE ? limits.winc : limits.binc;
+    const std::int64_t t = std::max<std::int64_t>(sane(board.side == WHITE ? limits.wtime : limits.btime), 0);
+    const std::int64_t inc = sane(board.side == WHITE ? limits.winc : limits.binc);
     const int base = base_moves_to_go(board);
-    const int moveNumber = board.ply / 2;
+    const int moveNumber = board.game_ply() / 2;
     std::int64_t movesToGo = base;
     if (limits.movestogo >= 1) movesToGo = limits.movestogo;
     else if (moveNumber > c.time_long_game_threshold_moves) movesToGo = moveNumber - 60 + base;
+    movesToGo = std::max<std::int64_t>(movesToGo, 1);  // a tuned threshold below 60 must not divide by zero
     std::int64_t alloc = inc + t / movesToGo - 50;
     if (t < c.time_critical_increment_multiplier * inc)
         alloc = std::max(alloc, std::max<std::int64_t>(inc - c.time_increment_safety_margin_ms, 10));
@@ -125,9 +130,11 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
     const auto start = Clock::now();
     // The stop flag is cleared by whoever starts the search (before the
     // search thread exists), so that a "stop" sent right after "go" is kept.
-    g_hasDeadline.store(false, std::memory_order_relaxed);
     g_abort.store(false, std::memory_order_relaxed);
-    const std::int64_t allowed = allocate_time_ms(board, limits);
+    // A pondering search has no clock yet; "ponderhit" may already have
+    // set its deadline, which must not be cleared here.
+    const std::int64_t allowed = limits.ponder ? -1 : allocate_time_ms(board, limits);
+    if (!limits.ponder) g_hasDeadline.store(false, std::memory_order_relaxed);
     if (allowed >= 0) {
         g_deadline.store(start + std::chrono::milliseconds(allowed), std::memory_order_relaxed);
         g_hasDeadline.store(true, std::memory_order_relaxed);
@@ -138,9 +145,19 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
     if (!best.best_move) best.score = board.checkers() ? -MATE_SCORE : 0;
 
     static SearchContext ctx;  // large; one search at a time
-    const int maxDepth = limits.depth < 1 ? 64 : limits.depth;
+    const int maxDepth = limits.depth < 1 ? 64 : std::min(limits.depth, MAX_DEPTH);
     bool completed = false;
     std::uint64_t previousMs = 0;
+    // A node limit is one budget for the whole search: each root search
+    // (aspiration re-searches included) may spend only what is left of it.
+    std::uint64_t spent = 0;
+    auto search_within_budget = [&](int d, int lo, int hi) {
+        if (limits.nodes)
+            g_nodeBudget.store(limits.nodes > spent ? limits.nodes - spent : 0, std::memory_order_relaxed);
+        SearchResult r = search_root(board, ctx, d, lo, hi);
+        spent += r.nodes;
+        return r;
+    };
     for (int d = 1; d <= maxDepth; ++d) {
         if (g_hasDeadline.load(std::memory_order_relaxed)) {
             const auto now = Clock::now();
@@ -163,7 +180,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
             int delta = std::max(g_config.aspiration_initial_delta, 1);
             int lo = std::max(p - delta, -Infinity), hi = std::min(p + delta, Infinity);
             for (;;) {
-                iteration = search_root(board, ctx, d, lo, hi);
+                iteration = search_within_budget(d, lo, hi);
                 nodes += iteration.nodes;
                 if (g_abort.load(std::memory_order_relaxed)) break;
                 const int s = std::clamp(iteration.score, -MATE_SCORE, MATE_SCORE);
@@ -178,7 +195,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
                 }
             }
         } else {
-            iteration = search_root(board, ctx, d, -Infinity, Infinity);
+            iteration = search_within_budget(d, -Infinity, Infinity);
             nodes = iteration.nodes;
         }
         if (g_abort.load(std::memory_order_relaxed)) break;
@@ -193,6 +210,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
         if (std::abs(best.score) > MateBound || !best.best_move) break;
     }
     g_hasDeadline.store(false, std::memory_order_relaxed);
+    g_nodeBudget.store(UINT64_MAX, std::memory_order_relaxed);
     if (!completed) best.time_ms = elapsed_ms(start);
     return best;
 }

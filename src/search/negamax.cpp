@@ -75,7 +75,10 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
     const EngineConfig& c = g_config;
     ++nodes;
     if (aborted() || time_to_stop(nodes)) return 0;
-    if (ply < MAX_PLY) ctx.pvLength[ply] = 0;
+    // Extensions could in principle lengthen a line without end; the board
+    // only keeps SEARCH_PLY_RESERVE plies above the root.
+    if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);
+    ctx.pvLength[ply] = 0;
 
     const bool inCheck = board.checkers() != 0;
     if (ply > 0) {

@@ -10,7 +10,7 @@ namespace morvane {
 
 bool time_to_stop(std::uint64_t nodes) {
     if ((nodes & static_cast<std::uint64_t>(g_config.time_check_node_mask)) != 0) return false;
-    if (g_stopRequested.load(std::memory_order_relaxed) ||
+    if (g_stopRequested.load(std::memory_order_relaxed) || nodes >= g_nodeBudget.load(std::memory_order_relaxed) ||
         (g_hasDeadline.load(std::memory_order_relaxed) &&
          std::chrono::steady_clock::now() >= g_deadline.load(std::memory_order_relaxed))) {
         g_abort.store(true, std::memory_order_relaxed);
@@ -22,6 +22,7 @@ bool time_to_stop(std::uint64_t nodes) {
 int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes) {
     ++nodes;
     if (g_abort.load(std::memory_order_relaxed) || time_to_stop(nodes)) return 0;
+    if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);  // the board's ply reserve
     if (is_repetition(board) || board.state().halfmove > 99) return 0;
 
     ScoredMove moves[MAX_MOVES];

@@ -7,6 +7,7 @@
 namespace morvane {
 
 constexpr int MAX_PLY = 246;
+static_assert(MAX_PLY < SEARCH_PLY_RESERVE, "a search line must fit above the root");
 constexpr int HISTORY_CAP = 800000;
 constexpr int NO_EVAL = 32000;
 

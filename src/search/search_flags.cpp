@@ -7,5 +7,7 @@ std::atomic<bool> g_abort{false};
 std::atomic<bool> g_hasDeadline{false};
 std::atomic<std::chrono::steady_clock::time_point> g_deadline{};
 std::atomic<bool> g_pruningEnabled{true};
+std::atomic<bool> g_pondering{false};
+std::atomic<std::uint64_t> g_nodeBudget{UINT64_MAX};
 
 }  // namespace morvane

@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 
 namespace morvane {
 
@@ -12,5 +13,11 @@ extern std::atomic<bool> g_abort;          // the running search must unwind now
 extern std::atomic<bool> g_hasDeadline;
 extern std::atomic<std::chrono::steady_clock::time_point> g_deadline;
 extern std::atomic<bool> g_pruningEnabled;  // the UsePruning option
+// A "go ponder" search: its clock starts only at "ponderhit", and its
+// answer waits for "ponderhit" or "stop".
+extern std::atomic<bool> g_pondering;
+// Nodes the current root search may still count before it must unwind; the
+// iterations of a "go nodes" search share one budget.
+extern std::atomic<std::uint64_t> g_nodeBudget;
 
 }  // namespace morvane

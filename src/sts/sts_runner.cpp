@@ -32,6 +32,7 @@ struct StsOutcome {
     bool bm_unrecognised = false;
     int expected_rank = 0, expected_eval_cp = 0;
     bool expected_known = false;
+    std::string unplayable;  // why no search could be run, empty when one was
 };
 
 struct Totals {
@@ -94,10 +95,24 @@ StsOutcome run_position(const StsPosition& pos, const std::string& key, int dept
     out.id = key;
     out.expected = join(pos.best_moves, " / ");
     Board board;
-    board.set_fen(pos.fen);
-    // A suite position the engine cannot play ends the run like a bad FEN.
-    if (const std::string problem = position_problem(board); !problem.empty())
-        throw std::runtime_error("FEN invalide: " + problem);
+    // A position no search can play is scored as not solved, and the suite
+    // goes on: one bad line must not cost the results of the others.
+    try {
+        board.set_fen(pos.fen);
+        if (const std::string dropped = drop_impossible_rights(board); !dropped.empty())
+            std::cerr << "info string " << key << " : FEN corrigee: " << dropped << std::endl;
+        out.unplayable = position_problem(board);
+    } catch (const std::exception& e) {
+        out.unplayable = e.what();
+    }
+    if (!out.unplayable.empty()) {
+        out.played_uci = "0000";
+        out.played_san = "(aucun coup)";
+        int best = 0;
+        for (const auto& alternative : pos.alternatives) best = std::max(best, alternative.second);
+        out.score_max = best > 0 ? best : 10;  // the maximum the position would have been worth
+        return out;
+    }
     tt_clear();
     std::vector<Move> expected;
     for (const auto& san : pos.best_moves)
@@ -228,6 +243,11 @@ bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
             txt << ", eval=" << o.expected_eval_cp << "cp]";
         }
         if (o.bm_unrecognised) txt << "  [ATTENTION: bm non reconnu]";
+        if (!o.unplayable.empty()) {
+            txt << "  [position injouable : " << o.unplayable << "]";
+            std::cerr << "info string " << key << " : position injouable, comptee non resolue: " << o.unplayable
+                      << std::endl;
+        }
         txt << "  resolues=" << t.solved << "/" << t.analysed << '\n';
         txt.flush();
 

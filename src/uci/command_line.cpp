@@ -1,5 +1,7 @@
 #include "uci/command_line.h"
 
+#include <cerrno>
+#include <climits>
 #include <cstdlib>
 #include <iostream>
 #include <string>
@@ -14,11 +16,23 @@ namespace {
 
 struct BatchRequest {
     std::string epdFile, output, unknown;
-    long depth = 0;
-    long long movetime = 0;
+    int depth = 0;
+    int movetime = 0;
     bool resume = false;
     bool batch = false;
+    bool outOfRange = false;  // a number beyond int: the run would not be what was asked
 };
+
+// Decimal with the leniency of strtol (leading blanks, trailing text
+// ignored, no digits reads as 0), but a value outside the int range is
+// refused rather than wrapped or saturated.
+bool read_int_argument(const char* text, int& value) {
+    errno = 0;
+    const long long parsed = std::strtoll(text, nullptr, 10);
+    if (errno == ERANGE || parsed < INT_MIN || parsed > INT_MAX) return false;
+    value = static_cast<int>(parsed);
+    return true;
+}
 
 BatchRequest parse_arguments(int argc, char** argv) {
     BatchRequest req;
@@ -29,9 +43,9 @@ BatchRequest parse_arguments(int argc, char** argv) {
             req.epdFile = argv[++i];
             req.batch = true;
         } else if (arg == "--depth" && hasValue) {
-            req.depth = std::strtol(argv[++i], nullptr, 10);
+            req.outOfRange |= !read_int_argument(argv[++i], req.depth);
         } else if (arg == "--movetime" && hasValue) {
-            req.movetime = std::strtoll(argv[++i], nullptr, 10);
+            req.outOfRange |= !read_int_argument(argv[++i], req.movetime);
         } else if (arg == "--output" && hasValue) {
             req.output = argv[++i];
         } else if (arg == "--continue") {
@@ -71,15 +85,13 @@ int run_command_line(int argc, char** argv) {
         uci_loop();
         return 0;
     }
-    if (!req.epdFile.empty() && !req.output.empty() && (req.depth > 0 || req.movetime > 0)) {
+    if (!req.outOfRange && !req.epdFile.empty() && !req.output.empty() && (req.depth > 0 || req.movetime > 0)) {
         load_config("Morvane047.cfg", g_config);
         try {
-            if (!run_sts_suite(req.epdFile, static_cast<int>(req.depth), static_cast<long>(req.movetime),
-                               req.output, req.resume))
-                return 1;
+            if (!run_sts_suite(req.epdFile, req.depth, req.movetime, req.output, req.resume)) return 1;
         } catch (const std::exception& e) {
-            // An unplayable suite position ends the run; every report line
-            // written before it is already on disk.
+            // A failure outside any one position; every report line
+            // written before it is on disk.
             std::cerr << "info string EXCEPTION pendant la suite de tests: " << e.what() << std::endl;
             return 1;
         }

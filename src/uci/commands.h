@@ -24,4 +24,7 @@ void print_info_line(const SearchResult& r);
 // Stops a running search and joins its thread; does nothing when none runs.
 void stop_and_join_search();
 
+// The pondered move was played: a "go ponder" search starts its clock.
+void cmd_ponderhit();
+
 }  // namespace morvane

@@ -2,8 +2,10 @@
 #include <cstdint>
 #include <iostream>
 #include <string>
+#include <thread>
 
 #include "core/notation.h"
+#include "core/position_check.h"
 #include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
@@ -30,32 +32,49 @@ bool read_number(std::istringstream& in, const std::string& keyword, T& value) {
     return true;
 }
 
-Move first_legal_move(Board& board) {
-    ScoredMove moves[MAX_MOVES] = {};
-    return generate_legal(board, moves, false) > 0 ? moves[0].move : NULL_MOVE;
+// The answer when the search failed: the first legal move of the position
+// the search started from. It must itself never throw, or the process
+// would end without any answer.
+Move fallback_move(Board& board, int rootPly) noexcept {
+    try {
+        board.undo_to(rootPly);
+        ScoredMove moves[MAX_MOVES] = {};
+        return generate_legal(board, moves, false) > 0 ? moves[0].move : NULL_MOVE;
+    } catch (...) {
+        return NULL_MOVE;
+    }
 }
 
 void print_bestmove(Move best) {
     std::cout << "bestmove " << (best ? move_to_uci(best) : std::string("0000")) << std::endl;
 }
 
+// Milliseconds a pondering search gets once "ponderhit" arrives, computed
+// from its "go" line before the search thread takes the board.
+std::int64_t g_ponderAllowanceMs = -1;
+
 // The search thread's whole life: search, answer, and mark itself done.
 // The flag drops just before the answer goes out: a GUI sends its next
 // "position" and "go" as soon as it reads "bestmove", and they must not be
 // refused as if the search were still running.
 void search_thread_body(Board& board, SearchLimits limits) {
+    const int rootPly = board.ply;
     Move best = NULL_MOVE;
     try {
         best = iterative_deepening(board, limits, print_info_line).best_move;
     } catch (const std::exception& e) {
         std::cerr << "info string EXCEPTION pendant la recherche: " << e.what()
                   << " -- repli sur le premier coup legal" << std::endl;
-        best = first_legal_move(board);
+        best = fallback_move(board, rootPly);
     } catch (...) {
         std::cerr << "info string EXCEPTION inconnue pendant la recherche -- repli sur le premier coup legal"
                   << std::endl;
-        best = first_legal_move(board);
+        best = fallback_move(board, rootPly);
     }
+    // While the GUI believes the engine is pondering, the answer waits for
+    // "ponderhit" or "stop", even when the search itself has ended.
+    while (g_pondering.load(std::memory_order_relaxed) && !g_stopRequested.load(std::memory_order_relaxed))
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     // Release: the board goes back to the UCI thread with every write of
     // the search visible to it.
     g_searching.store(false, std::memory_order_release);
@@ -76,6 +95,11 @@ void print_info_line(const SearchResult& r) {
 void start_search_async(Board& board, const SearchLimits& limits) {
     if (g_searchThread.joinable()) g_searchThread.join();
     g_stopRequested.store(false, std::memory_order_relaxed);
+    // No deadline until the search sets one, or "ponderhit" does; a stale
+    // deadline read before the new one must lie in the future.
+    g_hasDeadline.store(false, std::memory_order_relaxed);
+    g_deadline.store(std::chrono::steady_clock::time_point::max(), std::memory_order_relaxed);
+    g_pondering.store(limits.ponder, std::memory_order_relaxed);
     g_searching.store(true, std::memory_order_relaxed);
     g_searchThread = std::thread(search_thread_body, std::ref(board), limits);
 }
@@ -98,12 +122,41 @@ void cmd_go(Board& board, std::istringstream& rest) {
         else if (token == "binc") read_number(rest, token, limits.binc);
         else if (token == "movetime") read_number(rest, token, limits.movetime);
         else if (token == "movestogo") read_number(rest, token, limits.movestogo);
+        else if (token == "nodes") read_number(rest, token, limits.nodes);
+        else if (token == "ponder") limits.ponder = true;
     }
-    if (perft) {
-        cmd_go_perft(board, perftDepth);
+    // Kings missing or doubled, pawns on a back rank, the side not to move
+    // in check: no search can play such a position, and any move would be
+    // nonsense to the GUI.
+    if (const std::string problem = position_problem(board); !problem.empty()) {
+        std::cerr << "info string position injouable, pas de recherche: " << problem << std::endl;
+        if (!perft) print_bestmove(NULL_MOVE);
         return;
     }
+    if (perft) {
+        const int rootPly = board.ply;
+        try {
+            cmd_go_perft(board, perftDepth);
+        } catch (...) {
+            board.undo_to(rootPly);
+            throw;
+        }
+        return;
+    }
+    if (limits.ponder) g_ponderAllowanceMs = allocate_time_ms(board, limits);
     start_search_async(board, limits);
+}
+
+void cmd_ponderhit() {
+    if (!g_searching.load(std::memory_order_acquire) || !g_pondering.load(std::memory_order_relaxed)) return;
+    // The move the engine pondered on was played: from now on the search
+    // runs under the clock of its "go" line, counted from this moment.
+    if (g_ponderAllowanceMs >= 0) {
+        g_deadline.store(std::chrono::steady_clock::now() + std::chrono::milliseconds(g_ponderAllowanceMs),
+                         std::memory_order_relaxed);
+        g_hasDeadline.store(true, std::memory_order_relaxed);
+    }
+    g_pondering.store(false, std::memory_order_relaxed);
 }
 
 void stop_and_join_search() {

@@ -55,6 +55,8 @@ bool dispatch(Board& board, const std::string& command, std::istringstream& toke
         std::cout << "readyok" << std::endl;
     } else if (command == "stop") {
         stop_and_join_search();
+    } else if (command == "ponderhit") {
+        cmd_ponderhit();
     } else if (command == "go") {
         cmd_go(board, tokens);
     } else if (command == "position") {
@@ -84,7 +86,9 @@ void uci_loop(std::istream& in) {
     std::string line;
     while (std::getline(in, line))
         if (!execute_uci_command(board, line)) break;
-    // At end of input no stop is requested: a running search ends by its limits.
+    // End of input is a GUI gone away: like "quit", a running search stops
+    // and still prints its answer.
+    stop_and_join_search();
     if (g_searchThread.joinable()) g_searchThread.join();
 }
 

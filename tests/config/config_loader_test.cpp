@@ -100,14 +100,22 @@ TEST_F(ConfigLoaderTest, RescalingToAHundredUnitPawn) {
     EXPECT_EQ(config.kaufman_knight_per_pawn, 6);   // not reachable from files
 }
 
-TEST_F(ConfigLoaderTest, RescalingSaturatesInsteadOfOverflowing) {
+TEST_F(ConfigLoaderTest, RescaledAndHugeValuesEndInTheirSafeRanges) {
     // material_pawn 0 is raised to 1 by the bounds, so every weight is
-    // multiplied by 100 and these two leave the 32-bit range.
-    load("auto_rescale_on_load 1 material_pawn 0 material_queen 2000000000 bishop_pair_bonus_mg -2000000000");
+    // multiplied by 100: the products saturate, then the safe ranges apply.
+    const std::string err = load("auto_rescale_on_load 1 material_pawn 0 material_queen 2000000000 "
+                                 "bishop_pair_bonus_mg -2000000000 time_movestogo_opening 0 pst_pawn_mg " +
+                                 std::string(60, ' ') + "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 "
+                                 "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 999999");
     EXPECT_EQ(config.material_pawn, 100);
-    EXPECT_EQ(config.material_queen, INT_MAX);
-    EXPECT_EQ(config.bishop_pair_bonus_mg, INT_MIN);
-    EXPECT_EQ(config.material_knight, 33600);
+    EXPECT_EQ(config.material_queen, 10000);
+    EXPECT_EQ(config.bishop_pair_bonus_mg, -10000);
+    EXPECT_EQ(config.material_knight, 10000);
+    EXPECT_EQ(config.time_movestogo_opening, 1);  // a divisor of the clock
+    EXPECT_EQ(config.pst_pawn_mg[63], 10000);
+    EXPECT_NE(err.find(p() + " : \"material_queen\" = 2147483647 hors bornes, ramene a 10000\n"), std::string::npos);
+    EXPECT_NE(err.find(p() + " : \"time_movestogo_opening\" = 0 hors bornes, ramene a 1\n"), std::string::npos);
+    EXPECT_NE(err.find(p() + " : \"pst_pawn_mg[63]\" = 99999900 hors bornes, ramene a 10000\n"), std::string::npos);
 }
 
 TEST_F(ConfigLoaderTest, GarbageNeverCrashesNorTouchesUnnamedFields) {

@@ -93,6 +93,11 @@ TEST(Board, FenFieldsAndDefaults) {
     EXPECT_EQ(board.state().castling, 0);
     EXPECT_EQ(board.state().epSquare, NO_SQUARE);
     EXPECT_EQ(board.state().halfmove, 0);
+    // The 16-bit clock neither wraps nor goes negative.
+    board.set_fen("4k3/8/8/8/8/8/8/4K3 w - - 70000 1");
+    EXPECT_EQ(board.state().halfmove, MAX_FEN_HALFMOVE);
+    board.set_fen("4k3/8/8/8/8/8/8/4K3 w - - -5 1");
+    EXPECT_EQ(board.state().halfmove, 0);
 
     board.set_fen(StartFen);
     EXPECT_EQ(board.fen(), StartFen);
@@ -194,8 +199,6 @@ TEST(PositionCheck, RejectsPositionsTheEngineCannotPlay) {
         "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",               // pawn on the last rank
         "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",              // side not to move in check
         "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",       // more promotions than pawns
-        "4k3/8/8/8/8/8/8/4K3 w K - 0 1",                // castling right without its rook
-        "4k3/8/8/8/8/8/8/4K3 w - e6 0 1",               // no pawn made a double step
     };
     for (const char* fen : unplayable) {
         board.set_fen(fen);
@@ -205,4 +208,47 @@ TEST(PositionCheck, RejectsPositionsTheEngineCannotPlay) {
         board.set_fen(fen);
         EXPECT_EQ(position_problem(board), "") << fen;
     }
+}
+
+TEST(PositionCheck, ImpossibleRightsAreDroppedAndTheKeyFollows) {
+    Board board;
+    board.set_fen("r3k3/8/8/3pP3/8/8/8/4K2R w KQkq d6 0 1");
+    EXPECT_EQ(drop_impossible_rights(board), "droits de roque sans roi ou tour a leur place retires (Qk)");
+    EXPECT_EQ(board.fen(), "r3k3/8/8/3pP3/8/8/8/4K2R w Kq d6 0 1");  // d6: a real double step
+    EXPECT_EQ(board.key(), board.compute_key());
+    // An en-passant square with no pawn in front would make the capture
+    // remove the wrong piece.
+    board.set_fen("4k3/8/8/4P3/8/8/8/4K3 w - d6 0 1");
+    EXPECT_EQ(drop_impossible_rights(board), "case en passant incoherente retiree (d6)");
+    EXPECT_EQ(board.state().epSquare, NO_SQUARE);
+    board.set_fen(StartFen);
+    EXPECT_EQ(drop_impossible_rights(board), "");
+}
+
+TEST(Board, LongHistoriesKeepTheirRecentPartAndUnwind) {
+    Board board;
+    const char* cycle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+    play(board, {"e2e4", "e7e5"});
+    for (int i = 0; i < 8; ++i) board.do_move(uci(board, cycle[i % 4]));
+    const std::uint64_t key = board.key();
+    const std::string fen = board.fen();
+    board.keep_recent_history(board.state().halfmove);
+    EXPECT_EQ(board.ply, 8);
+    EXPECT_EQ(board.game_ply(), 10);
+    EXPECT_EQ(board.key(), key);
+    EXPECT_EQ(board.fen(), fen);
+    // The start position after e4 e5 was kept: one more cycle repeats it.
+    for (int i = 0; i < 4; ++i) board.do_move(uci(board, cycle[i]));
+    EXPECT_EQ(board.keys[board.ply - 4].key, board.key());
+
+    // Unwinding after a failure deep in a search takes back moves and null
+    // moves alike.
+    const int root = board.ply;
+    const std::string rootFen = board.fen();
+    play(board, {"d2d4"});
+    board.do_null_move();
+    play(board, {"c1g5"});
+    board.undo_to(root);
+    EXPECT_EQ(board.fen(), rootFen);
+    EXPECT_EQ(board.key(), board.compute_key());
 }

@@ -165,13 +165,26 @@ TEST_F(StsRunnerTest, KilledRunResumesToTheSameTotals) {
     EXPECT_EQ(io.err().find("[1/6] p0"), std::string::npos);
 }
 
-TEST_F(StsRunnerTest, UnplayableFenEndsTheRunWithEarlierLinesOnDisk) {
+TEST_F(StsRunnerTest, UnplayableLinesAreScoredAsNotSolvedAndTheRunGoesOn) {
     const std::string suite = write_suite(
         "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#; id \"ok\";\n"
-        "8/8/8/8/8/8/8/8 w - - bm Rd8; id \"empty\";\n");
+        "8/8/8/8/8/8/8/8 w - - bm Rd8; id \"empty\"; c0 \"Rd8=4\";\n"
+        "6k1/5ppp/8/8/8/8/5PxP/3R2K1 w - - bm Rd8#; id \"bad piece\";\n"
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w K - bm Rd8#; id \"after\";\n");
     test::CapturedStreams io;
-    EXPECT_THROW(run_sts_suite(suite, 2, 0, dir + "x", false), std::runtime_error);
-    EXPECT_NE(read_file(dir + "x.csv").find("\"ok\""), std::string::npos);
+    EXPECT_NO_THROW(run_sts_suite(suite, 2, 0, dir + "x", false));
+    const std::string txt = read_file(dir + "x.txt"), csv = read_file(dir + "x.csv");
+    EXPECT_NE(txt.find("empty : attendu=[Rd8] joue=(aucun coup) (0000) eval=0cp score=0/4"), std::string::npos);
+    EXPECT_NE(txt.find("[position injouable : il faut exactement un roi de chaque couleur]"), std::string::npos);
+    EXPECT_NE(txt.find("[position injouable : FEN invalide: piece inconnue]"), std::string::npos);
+    EXPECT_NE(csv.find("\"after\",\"Rd8#\",\"Rd8#\",d1d8,"), std::string::npos);  // the right dropped, then solved
+    EXPECT_NE(txt.find("Score total : 20 / 34"), std::string::npos);
+    EXPECT_NE(io.err().find("info string empty : position injouable, comptee non resolue: "), std::string::npos);
+    EXPECT_NE(io.err().find("info string after : FEN corrigee: droits de roque"), std::string::npos);
+    // Their report rows are sound ones for --continue.
+    io.clear();
+    EXPECT_TRUE(run_sts_suite(suite, 2, 0, dir + "x", true));
+    EXPECT_NE(io.err().find("4 position(s) deja testee(s)"), std::string::npos);
 
     EXPECT_NO_THROW(run_sts_suite(write_suite("8/8/8/8/8/8/8/K6k w - -\n"), 2, 0, dir + "none", false));
     EXPECT_FALSE(std::filesystem::exists(dir + "none.txt"));

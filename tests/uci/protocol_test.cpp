@@ -99,18 +99,6 @@ TEST(Protocol, QuitDuringSearchPrintsBestmoveThenExits) {
     EXPECT_EQ(engine.wait_exit(2000), 0);
 }
 
-TEST(Protocol, EndOfInputLetsTheSearchFinishByItsLimits) {
-    EngineProcess engine;
-    engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
-    engine.send("go depth 7");
-    engine.close_input();
-    // The search is not cut short: it reports its last depth, then answers.
-    ASSERT_TRUE(engine.wait_for("info depth 7 ", 10000));
-    ASSERT_TRUE(engine.wait_for("bestmove ", 1000));
-    EXPECT_EQ(engine.wait_exit(2000), 0);
-}
-
 TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
     EngineProcess engine;
     engine.send("position fen 7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");  // stalemate
