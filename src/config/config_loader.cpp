@@ -3,13 +3,13 @@
 #include <algorithm>
 #include <climits>
 #include <cmath>
-#include <fstream>
 #include <iostream>
 #include <sstream>
 #include <string_view>
 #include <unordered_map>
 
 #include "config/safe_ranges.h"
+#include "core/file_read.h"
 
 namespace morvane {
 
@@ -27,6 +27,13 @@ bool parse_int(const std::string& token, int& value) {
         return false;
     }
 }
+
+// A configuration holds a few hundred entries; anything near a megabyte is
+// not one, and reading it would only stall the command loop.
+constexpr std::size_t maxConfigBytes = 1 << 20;
+// Past this many bad entries the file is plainly not a configuration: the
+// rest are only counted, so that stderr is not flooded.
+constexpr int maxShownProblems = 20;
 
 std::vector<std::string> read_tokens(std::istream& in) {
     std::vector<std::string> tokens;
@@ -138,9 +145,23 @@ void rescale_to_pawn_100(EngineConfig& config) {
 }
 
 bool load_config(const std::string& path, EngineConfig& config) {
-    std::ifstream file(path);
-    if (!file) return false;
+    std::string content, problem;
+    switch (read_regular_file(path, maxConfigBytes, content, problem)) {
+        case FileRead::Missing: return false;
+        case FileRead::Refused:
+            std::cerr << "info string " << path << " : fichier refuse (" << problem << "), configuration non chargee"
+                      << std::endl;
+            return false;
+        case FileRead::Ok: break;
+    }
+    std::istringstream file(content);
     const std::vector<std::string> tokens = read_tokens(file);
+    int problems = 0;
+    auto report = [&](const std::string& text) {
+        if (++problems <= maxShownProblems) std::cerr << "info string " << path << " : " << text << '\n';
+        if (problems == maxShownProblems)
+            std::cerr << "info string " << path << " : trop d'erreurs, les suivantes sont seulement comptees\n";
+    };
 
     const std::vector<ConfigField> fields = all_fields(config);
     std::unordered_map<std::string_view, const ConfigField*> byName;
@@ -151,15 +172,15 @@ bool load_config(const std::string& path, EngineConfig& config) {
     for (std::size_t i = 0; i < tokens.size();) {
         const auto it = byName.find(tokens[i]);
         if (it == byName.end()) {
-            std::cerr << "info string " << path << " : cle inconnue ignoree \"" << tokens[i] << "\"\n";
+            report("cle inconnue ignoree \"" + tokens[i] + "\"");
             ++i;
             continue;
         }
         const ConfigField& field = *it->second;
         const std::size_t n = static_cast<std::size_t>(field.count);
         if (i + n >= tokens.size()) {
-            std::cerr << "info string " << path << " : valeurs manquantes pour \"" << field.name << "\" (attendu "
-                      << n << "), entree ignoree\n";
+            report("valeurs manquantes pour \"" + std::string(field.name) + "\" (attendu " + std::to_string(n) +
+                   "), entree ignoree");
             ++errors;
             break;
         }
@@ -167,8 +188,8 @@ bool load_config(const std::string& path, EngineConfig& config) {
         for (std::size_t k = 1; k <= n; ++k) {
             int v = 0;
             if (!parse_int(tokens[i + k], v)) {
-                std::cerr << "info string " << path << " : valeur non entiere pour \"" << field.name << "\" (\""
-                          << tokens[i + k] << "\"), entree ignoree\n";
+                report("valeur non entiere pour \"" + std::string(field.name) + "\" (\"" + tokens[i + k] +
+                       "\"), entree ignoree");
                 ++errors;
                 break;
             }
@@ -182,6 +203,7 @@ bool load_config(const std::string& path, EngineConfig& config) {
     }
     std::cerr << "info string " << path << " charge (" << loaded << " entrees";
     if (errors) std::cerr << ", " << errors << " erreurs ignorees";
+    if (problems > maxShownProblems) std::cerr << ", " << problems - maxShownProblems << " messages non affiches";
     std::cerr << ")\n";
 
     enforce_bounds(path, config);

@@ -1,9 +1,10 @@
 #include "sts/epd.h"
 
 #include <cstdlib>
-#include <fstream>
 #include <iostream>
 #include <sstream>
+
+#include "core/file_read.h"
 
 namespace morvane {
 
@@ -23,6 +24,9 @@ std::string extract_quoted(const std::string& text) {
 }
 
 namespace {
+
+// Suites hold a few thousand positions at most; this is far above.
+constexpr std::size_t maxSuiteBytes = std::size_t{64} << 20;
 
 void read_operation(const std::string& op, StsPosition& pos) {
     if (op.size() < 3) return;
@@ -51,11 +55,12 @@ void read_operation(const std::string& op, StsPosition& pos) {
 
 std::vector<StsPosition> parse_epd_file(const std::string& path) {
     std::vector<StsPosition> positions;
-    std::ifstream file(path);
-    if (!file) {
-        std::cerr << "Impossible d'ouvrir " << path << std::endl;
+    std::string content, problem;
+    if (const FileRead read = read_regular_file(path, maxSuiteBytes, content, problem); read != FileRead::Ok) {
+        std::cerr << "Impossible d'ouvrir " << path << (read == FileRead::Refused ? " : " + problem : "") << std::endl;
         return positions;
     }
+    std::istringstream file(content);
     std::string raw;
     int lineNumber = 0;
     while (std::getline(file, raw)) {

@@ -4,11 +4,11 @@
 #include <chrono>
 #include <fstream>
 #include <iostream>
-#include <map>
 #include <memory>
 #include <sstream>
 #include <stdexcept>
 
+#include "core/file_read.h"
 #include "core/notation.h"
 #include "core/position_check.h"
 #include "movegen/movegen.h"
@@ -16,13 +16,13 @@
 #include "search/search_flags.h"
 #include "search/tt.h"
 #include "sts/epd.h"
+#include "sts/report_lock.h"
+#include "sts/report_rows.h"
 #include "sts/san.h"
 
 namespace morvane {
 
 namespace {
-
-using ResumeTable = std::map<std::string, std::pair<int, int>>;
 
 struct StsOutcome {
     std::string id, expected, played_uci, played_san;
@@ -38,42 +38,6 @@ struct StsOutcome {
 struct Totals {
     int analysed = 0, resumed = 0, solved = 0, unrecognised = 0, score = 0, scoreMax = 0;
 };
-
-// CSV fields split at commas outside double quotes; quotes are dropped.
-std::vector<std::string> split_csv(const std::string& line) {
-    std::vector<std::string> fields(1);
-    bool quoted = false;
-    for (char ch : line) {
-        if (ch == '"') quoted = !quoted;
-        else if (ch == ',' && !quoted) fields.emplace_back();
-        else fields.back() += ch;
-    }
-    return fields;
-}
-
-bool parse_int_field(const std::string& text, int& value) {
-    try {
-        value = std::stoi(text);
-        return true;
-    } catch (const std::exception&) {
-        return false;
-    }
-}
-
-ResumeTable read_resume_table(const std::string& csvPath) {
-    ResumeTable table;
-    std::ifstream in(csvPath);
-    std::string line;
-    if (!in || !std::getline(in, line)) return table;  // the header
-    while (std::getline(in, line)) {
-        if (line.empty()) continue;
-        const auto fields = split_csv(line);
-        int score = 0, scoreMax = 0;
-        if (fields.size() < 7 || !parse_int_field(fields[5], score) || !parse_int_field(fields[6], scoreMax)) continue;
-        table[fields[0]] = {score, scoreMax};
-    }
-    return table;
-}
 
 std::string join(const std::vector<std::string>& parts, const char* separator) {
     std::string out;
@@ -174,6 +138,29 @@ StsOutcome run_position(const StsPosition& pos, const std::string& key, int dept
     return out;
 }
 
+// A CSV report holds a line per position: far below this.
+constexpr std::size_t maxReportBytes = std::size_t{64} << 20;
+constexpr std::size_t maxShownRejections = 20;
+
+// The finished positions of a previous CSV report, read under its lock.
+// Bad rows are reported and left out; a row cut short by a killed run is
+// removed from the file so that the next row does not continue it. False
+// when that removal fails.
+bool read_resume_table(const std::string& csvPath, LockedReport& csv, ResumeTable& table) {
+    std::string content, problem;
+    if (read_regular_file(csvPath, maxReportBytes, content, problem) != FileRead::Ok) return true;
+    const PreviousReport previous = read_previous_report(content);
+    for (std::size_t i = 0; i < previous.rejected.size() && i < maxShownRejections; ++i)
+        std::cerr << csvPath << " " << previous.rejected[i] << ", ignoree" << std::endl;
+    if (!previous.rejected.empty())
+        std::cerr << previous.rejected.size() << " ligne(s) ignoree(s) dans " << csvPath << std::endl;
+    table = previous.finished;
+    if (table.empty() || !previous.tornLastRow) return true;
+    std::cerr << "Derniere ligne de " << csvPath << " incomplete (lancement interrompu), retiree avant reprise"
+              << std::endl;
+    return csv.truncate(previous.soundLength);
+}
+
 std::string percentage_text(int total, int totalMax) {
     std::ostringstream s;
     s << (totalMax > 0 ? total * 100.0 / totalMax : 0.0);
@@ -182,19 +169,30 @@ std::string percentage_text(int total, int totalMax) {
 
 }  // namespace
 
-void run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, const std::string& output_base,
+bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, const std::string& output_base,
                    bool resume) {
     const std::vector<StsPosition> suite = parse_epd_file(epd_path);
     if (suite.empty()) {
         std::cerr << "Aucune position valide chargee depuis " << epd_path << " -- arret." << std::endl;
-        return;
+        return false;
     }
     std::cerr << suite.size() << " positions chargees depuis " << epd_path << std::endl;
 
+    // Both reports are opened and locked before either is cut: a run that
+    // cannot write, or that another run holds, leaves them as they were.
     const std::string txtPath = output_base + ".txt", csvPath = output_base + ".csv";
+    auto cannot_write = [&](const std::string& why) {
+        std::cerr << "Impossible d'ecrire les rapports (" << txtPath << " / " << csvPath << ") : " << why
+                  << " -- arret." << std::endl;
+        return false;
+    };
+    LockedReport txtLock, csvLock;
+    if (const std::string why = txtLock.open(txtPath); !why.empty()) return cannot_write(txtPath + " " + why);
+    if (const std::string why = csvLock.open(csvPath); !why.empty()) return cannot_write(csvPath + " " + why);
+
     ResumeTable resumed;
     if (resume) {
-        resumed = read_resume_table(csvPath);
+        if (!read_resume_table(csvPath, csvLock, resumed)) return cannot_write(csvPath + " non tronquable");
         if (!resumed.empty())
             std::cerr << resumed.size() << " position(s) deja testee(s) trouvee(s) dans " << csvPath
                       << " -- reprise en cours." << std::endl;
@@ -202,12 +200,9 @@ void run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
             std::cerr << "--continue demande mais aucun rapport precedent exploitable trouve -- "
                       << "nouveau lancement complet." << std::endl;
     }
-    const auto mode = resumed.empty() ? std::ios::trunc : std::ios::app;
-    std::ofstream txt(txtPath, std::ios::out | mode), csv(csvPath, std::ios::out | mode);
-    if (!txt || !csv) {
-        std::cerr << "Impossible d'ecrire les rapports (" << txtPath << " / " << csvPath << ")" << std::endl;
-        return;
-    }
+    if (resumed.empty() && !(txtLock.truncate(0) && csvLock.truncate(0))) return cannot_write("troncature impossible");
+    std::ofstream txt(txtPath, std::ios::app), csv(csvPath, std::ios::app);
+    if (!txt || !csv) return cannot_write("ouverture impossible");
     if (!resumed.empty()) {
         txt << "\n--- Reprise (--continue), " << resumed.size() << " position(s) precedente(s) reintegrees ---\n";
     } else {
@@ -216,9 +211,7 @@ void run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
         if (movetime_ms > 0) txt << "Temps fixe par position : " << movetime_ms << " ms\n";
         txt << "(eval en centipawns, point de vue du camp au trait dans CHAQUE position -- pas toujours Blancs)\n"
             << "--- Detail par position (ecrit au fur et a mesure, voir historique) ---\n";
-        csv << "id,attendu,joue_san,joue_uci,eval_cp,score,score_max,profondeur,nodes,temps_ms,"
-            << "rang_coup_attendu,eval_coup_attendu_cp,bm_non_reconnu,"
-            << "resolues_jusqu_ici,analysees_jusqu_ici\n";
+        csv << stsCsvHeader << '\n';
     }
     txt.flush();
     csv.flush();
@@ -284,6 +277,7 @@ void run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
     txt.flush();
     std::cerr << "\nRapport texte ecrit dans " << txtPath << "\nRapport CSV ecrit dans " << csvPath << "\n\n"
               << "=== Score final : " << t.score << " / " << t.scoreMax << " (" << pct << "%) ===" << std::endl;
+    return true;
 }
 
 }  // namespace morvane

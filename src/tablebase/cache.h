@@ -1,19 +1,23 @@
-// Writing the embedded endgame-table files into a cache directory under the
-// system's temporary directory, where the reader can open them.
+// Writing the embedded endgame-table files into a private cache directory
+// under the system's temporary directory, where the reader can open them.
 #pragma once
 
-#include <cstddef>
-#include <filesystem>
+#include <sys/stat.h>
+#include <sys/types.h>
+
 #include <string>
 
 namespace morvane {
 
-// Writes the missing or wrongly sized files; returns the cache directory,
-// or "" when it cannot be determined or created.
+// Makes sure that every embedded file stands, complete and byte for byte, in
+// the user's own cache directory (temp dir / "morvane-<uid>"), rewriting the
+// missing or altered ones. Returns the directory, or "" when no cache can be
+// trusted; every outcome is reported on one "info string" line.
 std::string extract_embedded_to_cache();
 
-// Writes dir/name in place; true when every byte was written.
-bool write_embedded_file(const std::filesystem::path& dir, const char* name, const unsigned char* data,
-                         std::size_t size);
+// Why a directory with this status cannot hold the cache of `user`, or
+// nullptr when it can: it must be a real directory (not a symbolic link)
+// owned by that user.
+const char* cache_dir_problem(const struct stat& st, uid_t user);
 
 }  // namespace morvane

@@ -37,6 +37,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <iterator>
 #include <string>
 
 namespace morvane::tb {
@@ -216,6 +217,8 @@ struct Code {
 // description.
 inline bool build_code(const unsigned char* triples, int count, Code& code) {
     int order[512];
+    // Lookups that no code covers find length 0, which the decoder refuses.
+    std::fill(std::begin(code.entry), std::end(code.entry), std::uint16_t{0});
     if (count < 1 || count > 512) return false;
     auto sym = [&](int i) { return triples[3 * i] | triples[3 * i + 1] << 8; };
     auto len = [&](int i) { return static_cast<int>(triples[3 * i + 2]); };
@@ -270,17 +273,24 @@ inline bool setup_part(const unsigned char* p, const unsigned char* end, int blo
     p += 3 * nv;
     int nr = read_u16(p);
     p += 2;
-    if (end - p < 3 * nr || (nr > 0 && !build_code(p, nr, part.runs))) return false;
+    if (end - p < 3 * nr) return false;
+    if (nr == 0)
+        std::fill(std::begin(part.runs.entry), std::end(part.runs.entry), std::uint16_t{0});
+    else if (!build_code(p, nr, part.runs))
+        return false;
     p += 3 * nr;
-    if (static_cast<std::uint64_t>(end - p) < 4ull * (part.blocks + 1) + 8) return false;
+    // 64-bit count: a block count of 2^32 - 1 must not wrap to zero offsets.
+    const std::uint64_t offsetBytes = 4 * (std::uint64_t{part.blocks} + 1);
+    if (static_cast<std::uint64_t>(end - p) < offsetBytes + 8) return false;
     part.offsets = p;
-    part.stream = p + 4ull * (part.blocks + 1);
+    part.stream = p + offsetBytes;
     part.streamBits = read_u32(part.offsets + 4ull * part.blocks);
     return static_cast<std::uint64_t>(end - part.stream) >= part.streamBits / 8 + 8;
 }
 
-// Value stored at one index of a part, or -1 when a damaged file would lead
-// the decoder outside its stream.
+// Value stored at one index of a part (0..255), or -1 when the stream is
+// damaged: a code word no code defines, a symbol or run length outside the
+// layout, or a position outside the stream.
 inline int part_value(const Part& part, std::uint32_t idx) {
     std::uint32_t block = idx >> part.blockShift;
     if (block >= part.blocks) return -1;
@@ -292,6 +302,7 @@ inline int part_value(const Part& part, std::uint32_t idx) {
         int ve = part.values.entry[bits >> (64 - maxCodeLength)];
         int vl = ve & 15;
         int symbol = ve >> 4;
+        if (vl == 0 || symbol >= 512) return -1;
         if (symbol < 256) {
             if (left == 0) return symbol;
             --left;
@@ -302,7 +313,7 @@ inline int part_value(const Part& part, std::uint32_t idx) {
         int re = part.runs.entry[bits >> (64 - maxCodeLength)];
         int rl = re & 15;
         int k = re >> 4;
-        if (k > 30) return -1;
+        if (rl == 0 || k > 30) return -1;
         bits <<= rl;
         std::uint32_t len = (1u << k) + (k ? static_cast<std::uint32_t>(bits >> (64 - k)) : 0u);
         if (left < len) return symbol - 256;

@@ -10,6 +10,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -284,7 +285,8 @@ TbEntry* find_entry(std::uint64_t key) {
 int open_tb(const std::string& name, const char* suffix) {
     for (const std::string& dir : paths) {
         std::string file = dir + "/" + name + suffix;
-        int fd = ::open(file.c_str(), O_RDONLY);
+        // Without O_NONBLOCK a FIFO planted under a table's name would hang.
+        int fd = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd >= 0) return fd;
     }
     return -1;
@@ -299,7 +301,7 @@ FileCheck check_file(const std::string& name, int kind) {
     int fd = open_tb(name, tbSuffix[kind]);
     if (fd < 0) return FileCheck::Missing;
     struct stat st;
-    bool sizeOk = ::fstat(fd, &st) == 0 && st.st_size % 64 == 16;
+    bool sizeOk = ::fstat(fd, &st) == 0 && S_ISREG(st.st_mode) && st.st_size % 64 == 16;
     unsigned char head[8] = {0};
     bool foreign = false;
     if (sizeOk && ::pread(fd, head, 8, 0) == 8 && tb::read_u32(head) == tbMagic[kind])
@@ -356,53 +358,69 @@ void unmap_all(std::vector<TbEntry>* list) {
     list->clear();
 }
 
-// Maps a file on its first use; false when it cannot serve (corrupted).
-bool init_table(TbEntry& e, int kind) {
+// A file that fails a check is reported once by name and never used again:
+// its answers cannot be trusted, and guessing would only hide the damage.
+void drop_damaged(TbEntry& e, int kind, const char* why) {
     TbFile& f = e.files[kind];
-    if (f.mapped) return true;
-    if (f.broken || !f.present) return false;
-    int fd = open_tb(e.name, tbSuffix[kind]);
-    if (fd < 0) {
-        f.broken = true;
-        return false;
-    }
-    struct stat st;
-    if (::fstat(fd, &st) != 0) {
-        std::perror("fstat");
-        std::fprintf(stderr, "Could not map %s%s into memory.\n", e.name.c_str(), tbSuffix[kind]);
-        std::exit(1);
-    }
-    f.size = static_cast<std::size_t>(st.st_size);
-    f.base = ::mmap(nullptr, f.size, PROT_READ, MAP_SHARED, fd, 0);
-    if (f.base == MAP_FAILED) {
-        std::perror("mmap");
-        std::fprintf(stderr, "Could not map %s%s into memory.\n", e.name.c_str(), tbSuffix[kind]);
-        std::exit(1);
-    }
-    ::madvise(f.base, f.size, MADV_RANDOM);
-    ::close(fd);
+    std::fprintf(stderr, "info string Table %s%s endommagee (%s), ignoree\n", e.name.c_str(), tbSuffix[kind], why);
+    if (f.base) ::munmap(f.base, f.size);
+    f.base = nullptr;
+    f.mapped = false;
+    f.broken = true;
+}
+
+// Header of a mapped file: its kind, our signature and version, the
+// material of the entry, and every part inside the file.
+bool header_is_sound(TbEntry& e, int kind) {
+    TbFile& f = e.files[kind];
     const unsigned char* data = static_cast<const unsigned char*>(f.base);
     const unsigned char* end = data + f.size;
     bool ok = f.size >= tb::headerSize && tb::read_u32(data) == tbMagic[kind] &&
               std::memcmp(data + 4, tb::layoutSignature, 4) == 0 && tb::read_u16(data + 8) == tb::tbLayoutVersion &&
               data[10] == kind && data[12] == e.mat.n && tb::read_u32(data + 20) == e.mat.size;
     for (int i = 0; ok && i < e.mat.n; ++i) ok = data[16 + i] == e.mat.code[i];
-    if (ok) {
-        f.sides = data[11];
-        int shift = data[13];
-        ok = shift >= 4 && shift <= 16 && (f.sides & 3) != 0;
-        for (int s = 0; ok && s < 2; ++s) {
-            if (!(f.sides >> s & 1)) continue;
-            std::uint32_t off = tb::read_u32(data + 24 + 4 * s);
-            ok = off >= tb::headerSize && off < f.size && tb::setup_part(data + off, end, shift, f.parts[s]) &&
-                 (static_cast<std::uint64_t>(f.parts[s].blocks) << shift) >= e.mat.size;
-        }
+    if (!ok) return false;
+    f.sides = data[11];
+    int shift = data[13];
+    if (shift < 4 || shift > 16 || (f.sides & 3) == 0) return false;
+    for (int s = 0; s < 2; ++s) {
+        if (!(f.sides >> s & 1)) continue;
+        std::uint32_t off = tb::read_u32(data + 24 + 4 * s);
+        if (off < tb::headerSize || off >= f.size || !tb::setup_part(data + off, end, shift, f.parts[s]) ||
+            (static_cast<std::uint64_t>(f.parts[s].blocks) << shift) < e.mat.size)
+            return false;
     }
-    if (!ok) {
-        std::fprintf(stderr, "Corrupted table.\n");
-        ::munmap(f.base, f.size);
+    return true;
+}
+
+// Maps a file on its first use; false when it cannot serve.
+bool init_table(TbEntry& e, int kind) {
+    TbFile& f = e.files[kind];
+    if (f.mapped) return true;
+    if (f.broken || !f.present) return false;
+    int fd = open_tb(e.name, tbSuffix[kind]);
+    if (fd < 0) {
+        drop_damaged(e, kind, "fichier disparu");
+        return false;
+    }
+    // The file may have changed since tb_init looked at it.
+    struct stat st;
+    if (::fstat(fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_size < tb::headerSize) {
+        ::close(fd);
+        drop_damaged(e, kind, "taille invalide");
+        return false;
+    }
+    f.size = static_cast<std::size_t>(st.st_size);
+    f.base = ::mmap(nullptr, f.size, PROT_READ, MAP_SHARED, fd, 0);
+    ::close(fd);
+    if (f.base == MAP_FAILED) {
         f.base = nullptr;
-        f.broken = true;
+        drop_damaged(e, kind, std::strerror(errno));
+        return false;
+    }
+    ::madvise(f.base, f.size, MADV_RANDOM);
+    if (!header_is_sound(e, kind)) {
+        drop_damaged(e, kind, "en-tete invalide");
         return false;
     }
     f.mapped = true;
@@ -453,7 +471,9 @@ int probe_table(const TbPos& p, int kind, int* success) {
         return 0;
     }
     int v = tb::part_value(f.parts[side], idx);
-    if (v < 0) {
+    // Win/draw/loss values index the distance tables: nothing above 4.
+    if (v < 0 || (kind == WDL && v > 4)) {
+        drop_damaged(*e, kind, v < 0 ? "donnees compressees invalides" : "valeur hors bornes");
         *success = 0;
         return 0;
     }

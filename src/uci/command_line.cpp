@@ -88,10 +88,10 @@ int run_command_line(int argc, char** argv) {
     if (!req.outOfRange && !req.epdFile.empty() && !req.output.empty() && (req.depth > 0 || req.movetime > 0)) {
         load_config("Morvane047.cfg", g_config);
         try {
-            run_sts_suite(req.epdFile, req.depth, req.movetime, req.output, req.resume);
+            if (!run_sts_suite(req.epdFile, req.depth, req.movetime, req.output, req.resume)) return 1;
         } catch (const std::exception& e) {
-            // A failure outside any one position (a report that cannot be
-            // written); every report line written before it is on disk.
+            // A failure outside any one position; every report line
+            // written before it is on disk.
             std::cerr << "info string EXCEPTION pendant la suite de tests: " << e.what() << std::endl;
             return 1;
         }

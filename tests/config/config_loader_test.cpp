@@ -1,5 +1,8 @@
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <climits>
 #include <cstring>
 #include <filesystem>
@@ -129,6 +132,46 @@ TEST_F(ConfigLoaderTest, GarbageNeverCrashesNorTouchesUnnamedFields) {
     EXPECT_EQ(config.material_rook, 500 + 9999 % 7);
     config.material_rook = defaults.material_rook;
     EXPECT_EQ(std::memcmp(&config, &defaults, sizeof config), 0);
+}
+
+// Only regular files are read: anything else is refused at once, even a
+// FIFO that no one writes to (reading it would block for good).
+TEST_F(ConfigLoaderTest, OnlyRegularFilesOfSaneSizeAreLoaded) {
+    const std::filesystem::path fifo = path.string() + ".fifo", dir = path.string() + ".dir";
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    std::filesystem::create_directory(dir);
+    struct Case {
+        std::filesystem::path file;
+        std::string why;
+    } cases[] = {{fifo, "un tube FIFO"}, {dir, "un dossier"}, {"/dev/null", "un peripherique"}};
+    for (const Case& c : cases) {
+        io.clear();
+        EXPECT_FALSE(load_config(c.file.string(), config));
+        EXPECT_EQ(io.err(), "info string " + c.file.string() + " : fichier refuse (" + c.why +
+                                "), configuration non chargee\n");
+    }
+    std::filesystem::remove(fifo);
+    std::filesystem::remove(dir);
+
+    std::ofstream(path) << "material_rook 600\n" << std::string(1 << 20, '#');
+    io.clear();
+    EXPECT_FALSE(load_config(path.string(), config));
+    EXPECT_NE(io.err().find(" : fichier refuse (trop volumineux : 1048594 octets pour 1048576 au plus)"),
+              std::string::npos);
+    EXPECT_EQ(config.material_rook, EngineConfig{}.material_rook);
+}
+
+TEST_F(ConfigLoaderTest, ManyBadEntriesAreCountedNotAllPrinted) {
+    std::string words;
+    for (int i = 0; i < 5000; ++i) words += "word" + std::to_string(i) + " ";
+    const std::string err = load(words + "material_rook 600 null_move_reduction x");
+    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 22);
+    EXPECT_NE(err.find(p() + " : cle inconnue ignoree \"word19\"\n" + p() +
+                       " : trop d'erreurs, les suivantes sont seulement comptees\n"),
+              std::string::npos);
+    EXPECT_NE(err.find(p() + " charge (1 entrees, 1 erreurs ignorees, 4981 messages non affiches)\n"),
+              std::string::npos);
+    EXPECT_EQ(config.material_rook, 600);
 }
 
 TEST(CheckOptions, TwentyFourSwitchesInListOrder) {

@@ -4,12 +4,15 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
 #include <thread>
 #include <vector>
 
+#include "sts/report_lock.h"
+#include "sts/report_rows.h"
 #include "sts/sts_runner.h"
 #include "support/capture.h"
 
@@ -178,8 +181,117 @@ TEST_F(StsRunnerTest, UnplayableLinesAreScoredAsNotSolvedAndTheRunGoesOn) {
     EXPECT_NE(txt.find("Score total : 20 / 34"), std::string::npos);
     EXPECT_NE(io.err().find("info string empty : position injouable, comptee non resolue: "), std::string::npos);
     EXPECT_NE(io.err().find("info string after : FEN corrigee: droits de roque"), std::string::npos);
+    // Their report rows are sound ones for --continue.
+    io.clear();
+    EXPECT_TRUE(run_sts_suite(suite, 2, 0, dir + "x", true));
+    EXPECT_NE(io.err().find("4 position(s) deja testee(s)"), std::string::npos);
 
     EXPECT_NO_THROW(run_sts_suite(write_suite("8/8/8/8/8/8/8/K6k w - -\n"), 2, 0, dir + "none", false));
     EXPECT_FALSE(std::filesystem::exists(dir + "none.txt"));
     EXPECT_NE(io.err().find("Aucune position valide chargee depuis "), std::string::npos);
+}
+
+namespace {
+
+const char* threeMates =
+    "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#; id \"a\";\n"
+    "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd7; id \"b\";\n"
+    "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#; id \"c\";\n";
+
+std::string score_total(const std::string& report) {
+    const auto at = report.find("Score total");
+    return at == std::string::npos ? "" : report.substr(at, report.find('\n', at) - at);
+}
+
+}  // namespace
+
+// --continue trusts only rows this runner could have written: forged rows
+// are reported and left out, and a row cut by a killed run is removed
+// before the resumed run appends.
+TEST_F(StsRunnerTest, ContinueTrustsOnlyWellFormedRows) {
+    const std::string suite = write_suite(threeMates);
+    test::CapturedStreams io;
+    ASSERT_TRUE(run_sts_suite(suite, 2, 0, dir + "full", false));
+    const std::string csv = read_file(dir + "full.csv");
+    std::vector<std::string> rows;
+    for (std::size_t at = 0; at < csv.size();) {
+        const std::size_t end = csv.find('\n', at);
+        rows.push_back(csv.substr(at, end - at + 1));
+        at = end + 1;
+    }
+    ASSERT_EQ(rows.size(), 4u);
+    // Row "a" stands; "b" is forged five ways; "c" was being written when
+    // the run died.
+    const std::string forged = rows[0] + rows[1] +
+                               "\"b\",\"Rd7\",\"Rd8#\",d1d8,29999,999,10,1,39,0,,,non,2,2\n"
+                               "\"b\",\"Rd7\",\"Rd8#\",d1d8,29999,-5,10,1,39,0,,,non,2,2\n"
+                               "\"b\",\"Rd7\",\"Rd8#\",d1d8,29999,10,10,1,x39,0,,,non,2,2\n"
+                               "\"b\",\"Rd7\",\"Rd8#\",d1d8,29999,10,10,1,39,0,,non,2,2\n"
+                               "\"b,\"Rd7\",\"Rd8#\",d1d8,29999,10,10,1,39,0,,,non,2,2\n" +
+                               rows[3].substr(0, 20);
+    std::ofstream(dir + "cut.csv") << forged;
+    std::ofstream(dir + "cut.txt") << "earlier text report\n";
+    io.clear();
+    ASSERT_TRUE(run_sts_suite(suite, 2, 0, dir + "cut", true));
+    const std::string err = io.err();
+    const std::string path = dir + "cut.csv";
+    for (const char* why : {"ligne 3 : score hors de 0..10", "ligne 4 : score hors de 0..10",
+                            "ligne 5 : champ 9 non numerique", "ligne 6 : 14 champs au lieu de 15",
+                            "ligne 7 : guillemet non ferme"})
+        EXPECT_NE(err.find(path + " " + why + ", ignoree\n"), std::string::npos) << why;
+    EXPECT_NE(err.find("5 ligne(s) ignoree(s) dans " + path + "\n"), std::string::npos);
+    EXPECT_NE(err.find("Derniere ligne de " + path + " incomplete"), std::string::npos);
+    EXPECT_NE(err.find("1 position(s) deja testee(s)"), std::string::npos);
+    EXPECT_EQ(score_total(read_file(dir + "cut.txt")), score_total(read_file(dir + "full.txt")));
+    // What was appended starts on a line of its own: every row of the file
+    // is now sound, and the torn fragment is gone.
+    const PreviousReport after = read_previous_report(read_file(path));
+    EXPECT_FALSE(after.tornLastRow);
+    EXPECT_EQ(after.rejected.size(), 5u);
+    EXPECT_EQ(after.finished.size(), 3u);
+}
+
+// A second run on reports that another run holds stops before writing,
+// and a run that cannot write leaves the existing reports untouched.
+TEST_F(StsRunnerTest, HeldOrUnwritableReportsStopTheRunUntouched) {
+    const std::string suite = write_suite(threeMates);
+    std::ofstream(dir + "x.txt") << "earlier text\n";
+    std::ofstream(dir + "x.csv") << "earlier csv\n";
+    test::CapturedStreams io;
+    {
+        LockedReport other;
+        ASSERT_EQ(other.open(dir + "x.csv"), "");
+        EXPECT_FALSE(run_sts_suite(suite, 2, 0, dir + "x", false));
+        EXPECT_NE(io.err().find(dir + "x.csv deja utilise par un autre lancement -- arret."), std::string::npos);
+    }
+    EXPECT_EQ(read_file(dir + "x.txt"), "earlier text\n");
+    EXPECT_EQ(read_file(dir + "x.csv"), "earlier csv\n");
+
+    std::filesystem::remove(dir + "x.csv");
+    std::filesystem::create_directory(dir + "x.csv");
+    io.clear();
+    EXPECT_FALSE(run_sts_suite(suite, 2, 0, dir + "x", false));
+    EXPECT_NE(io.err().find("Impossible d'ecrire les rapports ("), std::string::npos);
+    EXPECT_EQ(read_file(dir + "x.txt"), "earlier text\n");
+
+    // Once released, the reports are free again.
+    std::filesystem::remove(dir + "x.csv");
+    EXPECT_TRUE(run_sts_suite(suite, 2, 0, dir + "x", false));
+}
+
+// The batch program tells a calling script that it did nothing useful.
+TEST_F(StsRunnerTest, FailedBatchRunsExitWithNonZeroStatus) {
+    const std::string good = write_suite(threeMates);
+    std::ofstream(dir + "empty.epd") << "";
+    std::filesystem::create_directory(dir + "folder.epd");
+    auto status_of = [&](const std::string& suite, const std::string& output) {
+        const std::string command = std::string(MORVANE_EXE) + " --sts " + suite + " --depth 1 --output " + output +
+                                    " 2>/dev/null";
+        return WEXITSTATUS(std::system(command.c_str()));
+    };
+    EXPECT_EQ(status_of(dir + "missing.epd", dir + "r"), 1);
+    EXPECT_EQ(status_of(dir + "empty.epd", dir + "r"), 1);
+    EXPECT_EQ(status_of(dir + "folder.epd", dir + "r"), 1);
+    EXPECT_EQ(status_of(good, dir + "no/such/dir/r"), 1);
+    EXPECT_EQ(status_of(good, dir + "r"), 0);
 }

@@ -1,7 +1,11 @@
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <sys/wait.h>
 #include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <vector>
 
 #include "tablebase/embedded.h"
 #include "tb_support.h"
@@ -43,27 +47,125 @@ TEST(TablebaseCache, EmbeddedFilesAreWellFormed) {
     EXPECT_EQ(syzygy_embedded::KQvK_rtbw, syzygy_embedded::files_3[6].data);
 }
 
-TEST(TablebaseCache, FreshCacheThenRepairByRewritingTruncatedFile) {
+std::string read_file(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+bool cache_matches_embedded(const fs::path& dir) {
+    for (const auto* group : {syzygy_embedded::files_3, syzygy_embedded::files_4})
+        for (int i = 0; i < (group == syzygy_embedded::files_3 ? 10 : 60); ++i) {
+            const auto& f = group[i];
+            if (read_file(dir / f.name) != std::string(reinterpret_cast<const char*>(f.data), f.size)) return false;
+        }
+    return true;
+}
+
+TEST(TablebaseCache, FreshCacheThenRepairOfTruncatedAndAlteredFiles) {
     test::ScratchTmpdir tmp;
     std::string err;
     std::string dir = extract_capturing(err);
     EXPECT_EQ(fs::path(dir), tmp.cache());
     EXPECT_EQ(err, "info string Syzygy (repli embarque) : 70 fichier(s) extrait(s), 0 deja en cache, dossier=" + dir + "\n");
-    for (const auto& f : syzygy_embedded::files_4) EXPECT_EQ(fs::file_size(tmp.cache() / f.name), f.size);
+    EXPECT_TRUE(cache_matches_embedded(dir));
+    EXPECT_EQ(fs::status(dir).permissions() & fs::perms::all, fs::perms::owner_all);
 
     extract_capturing(err);
     EXPECT_NE(err.find(": 0 fichier(s) extrait(s), 70 deja en cache, dossier="), std::string::npos);
 
     fs::resize_file(tmp.cache() / "KRvKP.rtbz", 0);
-    // Same size, other content: trusted and kept.
-    std::string foreign(syzygy_embedded::files_3[0].size, 'x');
-    std::ofstream(tmp.cache() / "KBvK.rtbw", std::ios::binary) << foreign;
+    // Same size, four bytes changed: found by content and replaced.
+    std::string altered = read_file(tmp.cache() / "KQvK.rtbw");
+    altered.replace(100, 4, "\x01\x02\x03\x04");
+    std::ofstream(tmp.cache() / "KQvK.rtbw", std::ios::binary) << altered;
+    extract_capturing(err);
+    EXPECT_NE(err.find(": 2 fichier(s) extrait(s), 68 deja en cache, dossier="), std::string::npos);
+    EXPECT_TRUE(cache_matches_embedded(dir));
+    // No temporary file is left behind.
+    EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 70);
+}
+
+// Links planted in the cache or in its place must never lead the engine to
+// write anywhere else.
+TEST(TablebaseCache, PlantedLinksAreNeverWrittenThrough) {
+    test::ScratchTmpdir tmp;
+    const fs::path victim = tmp.path() / "victim";
+    fs::create_directory(victim);
+    std::ofstream(victim / "precious.txt") << "keep me";
+
+    fs::create_directory_symlink(victim, tmp.cache());
+    std::string err;
+    EXPECT_EQ(extract_capturing(err), "");
+    EXPECT_EQ(err, "info string Syzygy (repli embarque) : dossier de cache " + tmp.cache().string() +
+                       " refuse (lien symbolique), tables embarquees indisponibles\n");
+    EXPECT_EQ(std::distance(fs::directory_iterator(victim), fs::directory_iterator()), 1);
+
+    fs::remove(tmp.cache());
+    extract_capturing(err);
+    fs::remove(tmp.cache() / "KBvK.rtbw");
+    fs::create_symlink(victim / "precious.txt", tmp.cache() / "KBvK.rtbw");
     extract_capturing(err);
     EXPECT_NE(err.find(": 1 fichier(s) extrait(s), 69 deja en cache, dossier="), std::string::npos);
-    std::ifstream in(tmp.cache() / "KBvK.rtbw", std::ios::binary);
-    std::string content((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    EXPECT_EQ(content, foreign);
-    EXPECT_GT(fs::file_size(tmp.cache() / "KRvKP.rtbz"), 0u);
+    EXPECT_EQ(read_file(victim / "precious.txt"), "keep me");
+    EXPECT_FALSE(fs::is_symlink(tmp.cache() / "KBvK.rtbw"));
+    EXPECT_TRUE(cache_matches_embedded(tmp.cache()));
+}
+
+// Another user's directory under our cache name: refused, nothing written.
+TEST(TablebaseCache, ForeignOwnedCacheIsRefused) {
+    struct stat st {};
+    st.st_mode = S_IFDIR | 0700;
+    st.st_uid = 1000;
+    EXPECT_EQ(cache_dir_problem(st, 1000), nullptr);
+    EXPECT_STREQ(cache_dir_problem(st, 1001), "appartient a un autre utilisateur");
+    // Only the superuser can hand a real directory to someone else.
+    if (geteuid() != 0) return;
+    test::ScratchTmpdir tmp;
+    fs::create_directory(tmp.cache());
+    ASSERT_EQ(chown(tmp.cache().c_str(), 12345, 12345), 0);
+    std::string err;
+    EXPECT_EQ(extract_capturing(err), "");
+    EXPECT_NE(err.find("refuse (appartient a un autre utilisateur)"), std::string::npos);
+    EXPECT_TRUE(fs::is_empty(tmp.cache()));
+}
+
+// Engines started together on an empty cache: each one, once its own
+// extraction is done, must find every file complete.
+TEST(TablebaseCache, ConcurrentStartsAllSeeCompleteFiles) {
+    test::ScratchTmpdir tmp;
+    for (int round = 0; round < 2; ++round) {
+        fs::remove_all(tmp.cache());
+        int gate[2];
+        ASSERT_EQ(pipe(gate), 0);
+        std::vector<pid_t> children;
+        for (int i = 0; i < 8; ++i) {
+            pid_t pid = fork();
+            if (pid == 0) {
+                close(gate[1]);
+                char c;
+                while (read(gate[0], &c, 1) > 0) {
+                }
+                std::string err;
+                testing::internal::CaptureStderr();
+                std::string dir = extract_embedded_to_cache();
+                err = testing::internal::GetCapturedStderr();
+                bool ok = !dir.empty() && err.find("ECHEC") == std::string::npos && cache_matches_embedded(dir) &&
+                          tb_init(dir.c_str()) && TB_LARGEST == 4 &&
+                          test::probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1") == TB_WIN;
+                _exit(ok ? 0 : 1);
+            }
+            children.push_back(pid);
+        }
+        close(gate[0]);
+        close(gate[1]);  // all children start at once
+        for (pid_t pid : children) {
+            int status = -1;
+            waitpid(pid, &status, 0);
+            EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "round " << round;
+        }
+    }
 }
 
 TEST(TablebaseCache, WriteFailuresAreCounted) {
@@ -93,12 +195,12 @@ TEST(TablebaseCache, ReadOnlyCacheNeedsNoWrite) {
     EXPECT_NE(err.find(", 1 ECHEC(s) d'ecriture"), std::string::npos);
 }
 
-TEST(TablebaseCache, UncreatableCacheGivesNoDirectory) {
+TEST(TablebaseCache, FileInPlaceOfTheCacheIsReported) {
     test::ScratchTmpdir tmp;
     std::ofstream(tmp.cache()) << "a file where the directory should be";
     std::string err;
     EXPECT_EQ(extract_capturing(err), "");
-    EXPECT_EQ(err, "");
+    EXPECT_NE(err.find("refuse (pas un dossier), tables embarquees indisponibles\n"), std::string::npos);
 }
 
 }  // namespace

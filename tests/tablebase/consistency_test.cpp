@@ -7,7 +7,6 @@
 
 #include <random>
 
-#include "core/position_check.h"
 #include "movegen/movegen.h"
 #include "tablebase/embedded.h"
 #include "tb_support.h"
@@ -17,40 +16,7 @@ namespace {
 
 using test::probe_dtz;
 using test::probe_wdl;
-
-// A random legal placement of the table's pieces, White being the side
-// written first; side to move random.
-bool random_position(const std::string& table, std::mt19937_64& rng, Board& board) {
-    char squares[64];
-    std::fill(std::begin(squares), std::end(squares), '.');
-    const std::size_t v = table.find('v');
-    for (std::size_t i = 0; i < table.size(); ++i) {
-        if (i == v) continue;
-        int sq;
-        do sq = static_cast<int>(rng() % 64);
-        while (squares[sq] != '.');
-        squares[sq] = i < v ? table[i] : static_cast<char>(table[i] - 'A' + 'a');
-    }
-    std::string fen;
-    for (int rank = 7; rank >= 0; --rank) {
-        int empty = 0;
-        for (int file = 0; file < 8; ++file) {
-            const char c = squares[rank * 8 + file];
-            if (c == '.') {
-                ++empty;
-                continue;
-            }
-            if (empty) fen += static_cast<char>('0' + empty);
-            empty = 0;
-            fen += c;
-        }
-        if (empty) fen += static_cast<char>('0' + empty);
-        if (rank) fen += '/';
-    }
-    fen += rng() & 1 ? " w - - 0 1" : " b - - 0 1";
-    board.set_fen(fen);
-    return position_problem(board).empty();
-}
+using test::random_position;
 
 struct Outcome {
     int wdl;  // from the mover's side: 0 loss, 2 draw, 4 win

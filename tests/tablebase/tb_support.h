@@ -2,11 +2,16 @@
 // temp_directory_path(), which follows TMPDIR.
 #pragma once
 
+#include <unistd.h>
+
+#include <algorithm>
 #include <cstdlib>
+#include <random>
 #include <filesystem>
 #include <string>
 
 #include "core/board.h"
+#include "core/position_check.h"
 #include "tablebase/cache.h"
 #include "tablebase/tbprobe.h"
 
@@ -32,7 +37,9 @@ public:
         std::filesystem::remove_all(dir_, ec);
     }
     std::filesystem::path path() const { return dir_; }
-    std::filesystem::path cache() const { return std::filesystem::path(dir_) / "morvane_syzygy_cache"; }
+    std::filesystem::path cache() const {
+        return std::filesystem::path(dir_) / ("morvane-" + std::to_string(geteuid()));
+    }
 
 private:
     std::string dir_, old_;
@@ -59,6 +66,40 @@ inline TbProbeArgs probe_args(const Board& board) {
     int ep = board.state().epSquare;
     return {board.byColor[WHITE], board.byColor[BLACK], both(KING), both(QUEEN), both(ROOK), both(BISHOP),
             both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : unsigned(ep), board.side == WHITE};
+}
+
+// A random legal placement of the table's pieces, White being the side
+// written first; side to move random.
+inline bool random_position(const std::string& table, std::mt19937_64& rng, Board& board) {
+    char squares[64];
+    std::fill(std::begin(squares), std::end(squares), '.');
+    const std::size_t v = table.find('v');
+    for (std::size_t i = 0; i < table.size(); ++i) {
+        if (i == v) continue;
+        int sq;
+        do sq = static_cast<int>(rng() % 64);
+        while (squares[sq] != '.');
+        squares[sq] = i < v ? table[i] : static_cast<char>(table[i] - 'A' + 'a');
+    }
+    std::string fen;
+    for (int rank = 7; rank >= 0; --rank) {
+        int empty = 0;
+        for (int file = 0; file < 8; ++file) {
+            const char c = squares[rank * 8 + file];
+            if (c == '.') {
+                ++empty;
+                continue;
+            }
+            if (empty) fen += static_cast<char>('0' + empty);
+            empty = 0;
+            fen += c;
+        }
+        if (empty) fen += static_cast<char>('0' + empty);
+        if (rank) fen += '/';
+    }
+    fen += rng() & 1 ? " w - - 0 1" : " b - - 0 1";
+    board.set_fen(fen);
+    return position_problem(board).empty();
 }
 
 inline unsigned probe_wdl(const Board& b) {

@@ -1,0 +1,158 @@
+// The reader on damaged files: flipped bits, files cut short, code tables
+// with made-up symbols and lengths, block counts and offsets pointing
+// anywhere. Whatever the damage, a probe must stay inside the mapped file
+// (the sanitizer build stops at the first stray read) and answer either a
+// real result or a failure. MORVANE_FUZZ_ROUNDS raises the number of damaged
+// files for a longer run by hand.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+
+#include "tb_support.h"
+
+namespace morvane {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string read_bytes(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream content;
+    content << in.rdbuf();
+    return content.str();
+}
+
+void write_bytes(const fs::path& path, const std::string& bytes) {
+    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
+}
+
+unsigned u16_at(const std::string& b, std::size_t at) {
+    return at + 1 < b.size() ? unsigned(std::uint8_t(b[at])) | unsigned(std::uint8_t(b[at + 1])) << 8 : 0;
+}
+std::size_t u32_at(const std::string& b, std::size_t at) {
+    return u16_at(b, at) | std::size_t(u16_at(b, at + 2)) << 16;
+}
+
+void put_u32(std::string& b, std::size_t at, std::uint32_t v) {
+    for (int i = 0; i < 4 && at + i < b.size(); ++i) b[at + i] = static_cast<char>(v >> (8 * i));
+}
+
+// Offsets of the fields of a file's first stored part, as far as the file
+// still describes them.
+struct PartFields {
+    std::size_t blocks = 0, valueCode = 0, runCode = 0, offsets = 0;
+};
+
+PartFields first_part(const std::string& b) {
+    PartFields f;
+    f.blocks = u32_at(b, 24) ? u32_at(b, 24) : u32_at(b, 28);
+    f.valueCode = f.blocks + 4;
+    f.runCode = f.valueCode + 2 + 3 * u16_at(b, f.valueCode);
+    f.offsets = f.runCode + 2 + 3 * u16_at(b, f.runCode);
+    return f;
+}
+
+// One kind of damage, chosen at random.
+std::string damaged(std::string b, std::mt19937_64& rng) {
+    auto pick = [&](std::size_t n) { return n ? static_cast<std::size_t>(rng() % n) : 0; };
+    const PartFields part = first_part(b);
+    switch (rng() % 6) {
+        case 0:  // a few bit flips anywhere, header included
+            for (int i = 1 + static_cast<int>(rng() % 8); i > 0; --i) b[pick(b.size())] ^= char(1 << (rng() % 8));
+            break;
+        case 1:  // cut short, keeping a length the directory scan accepts
+            b.resize(std::min(b.size(), 64 * pick(b.size() / 64 + 1) + 16));
+            break;
+        case 2: {  // a made-up symbol or code length in one of the two codes
+            const std::size_t code = rng() & 1 ? part.valueCode : part.runCode;
+            const std::size_t triple = code + 2 + 3 * pick(std::max(1u, u16_at(b, code)));
+            if (triple + 2 >= b.size()) break;
+            if (rng() & 1) {
+                const unsigned symbol = static_cast<unsigned>(rng() % 4096);
+                b[triple] = static_cast<char>(symbol);
+                b[triple + 1] = static_cast<char>(symbol >> 8);
+            } else {
+                b[triple + 2] = static_cast<char>(rng() % 16);
+            }
+            break;
+        }
+        case 3:  // a block count from nothing to everything
+            put_u32(b, part.blocks, rng() & 1 ? 0xFFFFFFFFu - static_cast<std::uint32_t>(rng() % 4)
+                                              : static_cast<std::uint32_t>(rng()));
+            break;
+        case 4:  // block offsets pointing anywhere in the stream or beyond
+            for (int i = 0; i < 4; ++i)
+                put_u32(b, part.offsets + 4 * pick(u32_at(b, part.blocks) + 1), static_cast<std::uint32_t>(rng()));
+            break;
+        default:  // the bit stream overwritten with noise
+            for (std::size_t i = part.offsets + pick(b.size()); i < b.size() && i < part.offsets + 4096; ++i)
+                b[i] = static_cast<char>(rng());
+            break;
+    }
+    return b;
+}
+
+TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
+    test::ScratchTmpdir scratch;
+    const fs::path dir = scratch.path() / "fuzz";
+    fs::create_directories(dir);
+    // Tables with and without pawns, and those their captures and
+    // promotions lead to, so that the probes reach every decoding path.
+    const char* tables[] = {"KPvK", "KRvK", "KQvK", "KBvK", "KNvK", "KPvKP", "KRvKP", "KQvKR"};
+    for (const char* table : tables)
+        for (const char* suffix : {".rtbw", ".rtbz"}) {
+            const std::string name = std::string(table) + suffix;
+            fs::copy_file(fs::path(test::shared_table_dir()) / name, dir / name);
+        }
+
+    const char* rounds = std::getenv("MORVANE_FUZZ_ROUNDS");
+    const int damagedFiles = rounds ? std::atoi(rounds) : 300;
+    std::mt19937_64 rng(19);
+    int answered = 0, failed = 0;
+    testing::internal::CaptureStdout();
+    testing::internal::CaptureStderr();
+    for (int round = 0; round < damagedFiles; ++round) {
+        const std::string table = tables[rng() % 3 == 0 ? 5 + rng() % 3 : rng() % 2 ? 0 : 1];
+        const fs::path file = dir / (table + (rng() & 1 ? ".rtbw" : ".rtbz"));
+        const std::string pristine = read_bytes(file);
+        write_bytes(file, damaged(pristine, rng));
+        tb_init(dir.c_str());
+        for (int probe = 0; probe < 12; ++probe) {
+            Board board;
+            if (!test::random_position(table, rng, board)) continue;
+            const test::TbProbeArgs a = test::probe_args(board);
+            const unsigned wdl = tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
+            unsigned results[257];
+            const unsigned root =
+                tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.ep, a.turn, results);
+            // A damaged file may give a wrong answer, never an impossible one.
+            if (wdl != TB_RESULT_FAILED) {
+                EXPECT_LE(wdl, TB_WIN);
+            }
+            if (root != TB_RESULT_FAILED) {
+                EXPECT_LE(tb_result_wdl(root), TB_WIN);
+            }
+            wdl == TB_RESULT_FAILED ? ++failed : ++answered;
+        }
+        write_bytes(file, pristine);
+    }
+    const std::string err = testing::internal::GetCapturedStderr();
+    testing::internal::GetCapturedStdout();
+    // The damage was seen: some probes failed and some files were reported.
+    EXPECT_GT(failed, 0);
+    EXPECT_GT(answered, 0);
+    EXPECT_NE(err.find("endommage"), std::string::npos);
+    std::cout << damagedFiles << " damaged files, " << answered + failed << " probes (" << failed << " failed)\n";
+
+    // Restored files answer again.
+    tb_init(dir.c_str());
+    EXPECT_EQ(test::probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1"), TB_WIN);
+    EXPECT_EQ(test::probe_wdl_fen("8/8/8/8/4k3/8/1R6/K7 w - - 0 1"), TB_WIN);
+    tb_init("");
+}
+
+}  // namespace
+}  // namespace morvane
