@@ -28,28 +28,25 @@ std::vector<std::string> ToolArguments::all(const std::string& name) const {
     return it == values_.end() ? std::vector<std::string>{} : it->second;
 }
 
-long long ToolArguments::integer(const std::string& name, long long fallback) {
+template <typename T, typename Parse>
+T ToolArguments::number(const std::string& name, T fallback, const char* kind, Parse parse) {
     if (!has(name)) return fallback;
     const std::string value = text(name);
     char* end = nullptr;
-    const long long parsed = std::strtoll(value.c_str(), &end, 10);
+    const T parsed = parse(value.c_str(), &end);
     if (value.empty() || *end != '\0') {
-        if (error_.empty()) error_ = "--" + name + " needs an integer, not \"" + value + "\"";
+        if (error_.empty()) error_ = "--" + name + " needs " + kind + ", not \"" + value + "\"";
         return fallback;
     }
     return parsed;
 }
 
+long long ToolArguments::integer(const std::string& name, long long fallback) {
+    return number(name, fallback, "an integer", [](const char* s, char** end) { return std::strtoll(s, end, 10); });
+}
+
 double ToolArguments::real(const std::string& name, double fallback) {
-    if (!has(name)) return fallback;
-    const std::string value = text(name);
-    char* end = nullptr;
-    const double parsed = std::strtod(value.c_str(), &end);
-    if (value.empty() || *end != '\0') {
-        if (error_.empty()) error_ = "--" + name + " needs a number, not \"" + value + "\"";
-        return fallback;
-    }
-    return parsed;
+    return number(name, fallback, "a number", [](const char* s, char** end) { return std::strtod(s, end); });
 }
 
 }  // namespace morvane

@@ -23,6 +23,9 @@ public:
     const std::string& error() const { return error_; }
 
 private:
+    template <typename T, typename Parse>
+    T number(const std::string& name, T fallback, const char* kind, Parse parse);
+
     std::map<std::string, std::vector<std::string>> values_;
     std::string error_;
 };

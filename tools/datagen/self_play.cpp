@@ -1,5 +1,6 @@
 #include "datagen/self_play.h"
 
+#include <algorithm>
 #include <cstdlib>
 
 #include "datagen/quiet_filter.h"
@@ -22,7 +23,7 @@ int earlier_occurrences(const Board& board) {
     return count;
 }
 
-double white_result_for_mover(Board& board, double moverResult) {
+double white_result_for_mover(const Board& board, double moverResult) {
     return board.side == WHITE ? moverResult : 1.0 - moverResult;
 }
 

@@ -25,7 +25,8 @@ struct SelfPlaySettings {
     int maxPlies = 500;        // a game still going here is called a draw
 };
 
-// The same work for every move, so that data sets are comparable.
+// The same work for every move, so that data sets are comparable: a fixed
+// depth; a fixed node count would spend the same effort in every phase.
 SearchLimits move_limits(const SelfPlaySettings& settings);
 
 struct TrainingPosition {

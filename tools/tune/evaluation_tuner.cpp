@@ -125,7 +125,8 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     TunerReport report;
     const std::vector<TunedParam> params = tuned_params(settings.keys);
     std::vector<TrainingSample> train, heldOut;
-    for (const TrainingSample& s : samples) (is_held_out(s.fen) ? heldOut : train).push_back(s);
+    for (std::size_t i = 0; i < samples.size(); ++i)
+        (is_held_out(i, samples.size()) ? heldOut : train).push_back(samples[i]);
     report.trainPositions = static_cast<int>(train.size());
     report.heldOutPositions = static_cast<int>(heldOut.size());
     if (params.empty() || train.empty()) {
@@ -172,32 +173,49 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     log << report.tuned << " weights tuned, " << report.frozen << " left alone (fewer than " << settings.minPositions
         << " positions)\n";
 
+    // Every few passes the model is re-anchored on the true scores at the
+    // rounded weights, and the held-out positions are scored too: the
+    // weights kept are those that predicted them best, so a fit that starts
+    // to learn the training games' noise is caught.
+    std::vector<double> best = x;
+    int bestPass = 0;
+    double heldOutBest = report.heldOutBefore;
+    report.trainAfter = report.trainBefore;
+    auto checkpoint = [&](int pass) {
+        model.anchor = apply_rounded(x, params, config);
+        model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
+        const double trainLoss = mean_loss(model.refreshed.base, trainTargets, report.scale);
+        const double heldOutLoss = mean_loss(linearise(heldOut, config, params, scoresOnly, settings.step, workers).base,
+                                             heldOutTargets, report.scale);
+        log << "pass " << pass << ": training loss " << trainLoss << ", held out " << heldOutLoss << '\n';
+        if (heldOut.empty() || heldOutLoss < heldOutBest) {
+            best = model.anchor;
+            bestPass = pass;
+            heldOutBest = heldOutLoss;
+            report.trainAfter = trainLoss;
+        }
+    };
+
     Adam adam(x.size());
     std::vector<double> gradient(x.size());
     start = Clock::now();
-    double epochSeconds = 0;
-    for (int epoch = 1; epoch <= settings.epochs; ++epoch) {
-        if (epoch > 1 && (epoch - 1) % std::max(settings.refreshEvery, 1) == 0) {
-            model.anchor = apply_rounded(x, params, config);
-            model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
-            log << "pass " << epoch - 1 << ": true training loss " << mean_loss(model.refreshed.base, trainTargets, report.scale)
-                << '\n';
-        }
-        const auto epochStart = Clock::now();
+    double passSeconds = 0;
+    const int refreshEvery = std::max(settings.refreshEvery, 1);
+    for (int pass = 1; pass <= settings.epochs; ++pass) {
+        const auto passStart = Clock::now();
         const double loss = loss_and_gradient(model, trainTargets, report.scale, x, gradient, workers);
         adam.step(x, gradient, settings.learningRate, frozen);
         for (std::size_t k = 0; k < x.size(); ++k) x[k] = std::clamp<double>(x[k], params[k].range.lo, params[k].range.hi);
-        epochSeconds += seconds_since(epochStart);
-        if (epoch % 10 == 0 || epoch == settings.epochs) log << "pass " << epoch << ": model loss " << loss << '\n';
+        passSeconds += seconds_since(passStart);
+        if (pass % 10 == 0) log << "pass " << pass << ": model loss " << loss << '\n';
+        if (pass % refreshEvery == 0 || pass == settings.epochs) checkpoint(pass);
     }
-    apply_rounded(x, params, config);
-    report.trainAfter = mean_loss(linearise(train, config, params, scoresOnly, settings.step, workers).base,
-                                  trainTargets, report.scale);
-    report.heldOutAfter = mean_loss(linearise(heldOut, config, params, scoresOnly, settings.step, workers).base,
-                                    heldOutTargets, report.scale);
-    log << "optimisation: " << settings.epochs << " passes in " << epochSeconds << " s ("
-        << epochSeconds / std::max(settings.epochs, 1) << " s per pass); total " << seconds_since(start) << " s\n";
-    log << "loss after: training " << report.trainAfter << ", held out " << report.heldOutAfter << '\n';
+    apply_rounded(best, params, config);
+    report.heldOutAfter = heldOutBest;
+    log << "optimisation: " << settings.epochs << " passes in " << passSeconds << " s ("
+        << passSeconds / std::max(settings.epochs, 1) << " s per pass); total " << seconds_since(start) << " s\n";
+    log << "weights of pass " << bestPass << " kept; loss after: training " << report.trainAfter << ", held out "
+        << report.heldOutAfter << '\n';
     return report;
 }
 

@@ -8,7 +8,8 @@
 // in a fraction of a second per pass, and every few passes the true scores
 // and the slopes of the non-linear weights are measured afresh at the
 // current (rounded) weights, so that the model never drifts far from the
-// real evaluation.
+// real evaluation. The held-out tenth of the data is scored at the same
+// moments, and the weights that scored it best are the ones returned.
 #pragma once
 
 #include <ostream>
@@ -32,15 +33,16 @@ struct TunerSettings {
 };
 
 struct TunerReport {
-    double scale = 0;  // the fitted K of the loss
-    double trainBefore = 0, trainAfter = 0;
+    double scale = 0;  // K, fitted to the game results at the starting weights, then kept
+    double trainBefore = 0, trainAfter = 0;  // true losses, at the start and at the weights returned
     double heldOutBefore = 0, heldOutAfter = 0;
     int trainPositions = 0, heldOutPositions = 0;
     int tuned = 0, frozen = 0;  // weights optimised, and left alone for lack of data
 };
 
 // Tunes the evaluation weights of `config` in place, starting from its
-// values; progress and timings go to `log`.
+// values; progress and timings go to `log`. The samples' order matters: the
+// held-out tenth is made of stretches of consecutive samples.
 TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineConfig& config,
                             const TunerSettings& settings, std::ostream& log);
 

@@ -1,6 +1,5 @@
 #include "tune/training_data.h"
 
-#include <cstdint>
 #include <cstdlib>
 #include <fstream>
 #include <iostream>
@@ -76,16 +75,8 @@ std::vector<TrainingSample> read_training_data(const std::vector<std::string>& p
     return samples;
 }
 
-bool is_held_out(const std::string& fen) {
-    // FNV-1a over the placement and side to move: stable across compilers,
-    // unlike std::hash, so a data set splits the same way everywhere.
-    std::uint64_t hash = 14695981039346656037ULL;
-    int spaces = 0;
-    for (char c : fen) {
-        if (c == ' ' && ++spaces == 2) break;
-        hash = (hash ^ static_cast<unsigned char>(c)) * 1099511628211ULL;
-    }
-    return hash % 10 == 0;
+bool is_held_out(std::size_t index, std::size_t count) {
+    return count > 0 && index * 100 / count % 10 == 9;
 }
 
 }  // namespace morvane

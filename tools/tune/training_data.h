@@ -2,6 +2,7 @@
 // the search's score, one "FEN | result | score" line each (White's view).
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -21,9 +22,11 @@ bool parse_training_line(const std::string& line, TrainingSample& sample);
 // lines and of unreadable files goes to standard error.
 std::vector<TrainingSample> read_training_data(const std::vector<std::string>& paths);
 
-// One position in ten, chosen by its placement and side to move so that
-// the split does not depend on the order of the data and a position that
-// occurs twice never sits on both sides.
-bool is_held_out(const std::string& fen);
+// Whether line `index` of `count` is held out of the fit to judge it: one
+// tenth of the data, as ten stretches of consecutive lines spread through
+// it. A game's positions are consecutive lines sharing one result, so
+// holding out single positions would let the tuner learn a held-out
+// position's result from its neighbours in the same game.
+bool is_held_out(std::size_t index, std::size_t count);
 
 }  // namespace morvane
