@@ -49,11 +49,13 @@ double loss_and_gradient(const Model& model, const std::vector<float>& targets, 
     std::vector<std::vector<double>> partialGradient(threads, std::vector<double>(x.size(), 0.0));
     std::vector<double> partialLoss(threads, 0.0);
     auto work = [&](int t) {
+        double loss = 0.0;
         for (std::size_t row = rows * t / threads; row < rows * (t + 1) / threads; ++row) {
             const double s = model.score(row, x);
-            partialLoss[t] += position_loss(s, targets[row], scale);
+            loss += position_loss(s, targets[row], scale);
             model.add_gradient(row, loss_slope(s, targets[row], scale), partialGradient[t]);
         }
+        partialLoss[t] = loss;
     };
     std::vector<std::thread> pool;
     for (int t = 1; t < threads; ++t) pool.emplace_back(work, t);

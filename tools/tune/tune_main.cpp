@@ -12,6 +12,7 @@
 #include "config/config_loader.h"
 #include "tune/config_writer.h"
 #include "tune/evaluation_tuner.h"
+#include "tune/tuned_keys.h"
 
 using namespace morvane;
 
@@ -61,6 +62,12 @@ int main(int argc, char** argv) {
         std::cerr << Usage;
         return 1;
     }
+
+    for (const std::string& key : settings.keys)
+        if (!is_evaluation_weight(key)) {
+            std::cerr << "--keys: " << key << " is not an evaluation weight\n";
+            return 1;
+        }
 
     EngineConfig config;
     if (args.has("config") && !load_config(args.text("config"), config)) {
