@@ -55,7 +55,7 @@ bool write_rows(const std::vector<TrainingSample>& samples, std::size_t begin, s
         }
         const std::uint32_t count = static_cast<std::uint32_t>(row.size());
         if (std::fwrite(&base, sizeof base, 1, out) != 1 || std::fwrite(&count, sizeof count, 1, out) != 1 ||
-            std::fwrite(row.data(), sizeof(Slope), row.size(), out) != row.size())
+            (count && std::fwrite(row.data(), sizeof(Slope), count, out) != count))
             return false;
     }
     return std::fflush(out) == 0;
@@ -70,7 +70,7 @@ void read_rows(std::FILE* in, std::size_t rows, Linearisation& out) {
         if (std::fread(&base, sizeof base, 1, in) != 1 || std::fread(&count, sizeof count, 1, in) != 1)
             throw std::runtime_error("linearise: a worker's output is short");
         row.resize(count);
-        if (std::fread(row.data(), sizeof(Slope), count, in) != count)
+        if (count && std::fread(row.data(), sizeof(Slope), count, in) != count)
             throw std::runtime_error("linearise: a worker's output is short");
         out.base.push_back(base);
         for (const Slope& s : row) {
