@@ -125,7 +125,10 @@ std::vector<double> apply_rounded(const std::vector<double>& x, const std::vecto
 TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineConfig& config,
                             const TunerSettings& settings, std::ostream& log) {
     TunerReport report;
-    const std::vector<TunedParam> params = tuned_params(settings.keys);
+    std::vector<TunedParam> params = tuned_params(settings.keys);
+    std::erase_if(params, [&](const TunedParam& p) {
+        return std::find(settings.fixed.begin(), settings.fixed.end(), p.key) != settings.fixed.end();
+    });
     std::vector<TrainingSample> train, heldOut;
     for (std::size_t i = 0; i < samples.size(); ++i)
         (is_held_out(i, samples.size()) ? heldOut : train).push_back(samples[i]);

@@ -30,6 +30,10 @@ struct TunerSettings {
     int minPositions = 100;     // weights moving fewer training positions stay put
     int workers = 2;            // processes for evaluation, threads for the model
     std::vector<std::string> keys;  // empty: every evaluation weight
+    // Left as they are. The pawn is the unit of the search's centipawn
+    // margins, so by default its value stays put and the fitted K and the
+    // other weights take up the scale.
+    std::vector<std::string> fixed = {"material_pawn"};
 };
 
 struct TunerReport {

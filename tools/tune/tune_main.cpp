@@ -21,9 +21,10 @@ namespace {
 constexpr const char* Usage =
     "Usage: tune --data FILE [--data FILE ...] --output FILE [--config START] [--lambda L]\n"
     "            [--epochs N] [--refresh N] [--lr R] [--step H] [--min-positions N] [--workers N]\n"
-    "            [--keys KEY,KEY,...]\n"
-    "Fits the evaluation weights to the data's results and writes every key that differs\n"
-    "from the engine's defaults.\n";
+    "            [--keys KEY,KEY,...] [--fixed KEY,KEY,...]\n"
+    "Fits the evaluation weights (--keys, default all; --fixed, default material_pawn, are\n"
+    "left alone) to the data's results and writes every key that differs from the engine's\n"
+    "defaults.\n";
 
 std::vector<std::string> split_commas(const std::string& text) {
     std::vector<std::string> parts;
@@ -45,7 +46,7 @@ std::string utc_now() {
 int main(int argc, char** argv) {
     ToolArguments args(argc, argv,
                        {"data", "output", "config", "lambda", "epochs", "refresh", "lr", "step", "min-positions",
-                        "workers", "keys"});
+                        "workers", "keys", "fixed"});
     TunerSettings settings;
     settings.lambda = std::clamp(args.real("lambda", 0.0), 0.0, 1.0);
     settings.epochs = static_cast<int>(std::max(0LL, args.integer("epochs", settings.epochs)));
@@ -55,6 +56,7 @@ int main(int argc, char** argv) {
     settings.minPositions = static_cast<int>(args.integer("min-positions", settings.minPositions));
     settings.workers = static_cast<int>(std::clamp(args.integer("workers", settings.workers), 1LL, 64LL));
     settings.keys = split_commas(args.text("keys"));
+    if (args.has("fixed")) settings.fixed = split_commas(args.text("fixed"));
     const std::vector<std::string> dataFiles = args.all("data");
     const std::string output = args.text("output");
     if (!args.error().empty() || dataFiles.empty() || output.empty()) {
