@@ -8,6 +8,7 @@
 #include "datagen/self_play.h"
 #include "support/capture.h"
 #include "support/test_positions.h"
+#include "search/search_flags.h"
 #include "tablebase/syzygy.h"
 #include "tune/training_data.h"
 
@@ -44,6 +45,14 @@ TEST(QuietFilter, KeepsOnlyPositionsTheStaticEvaluationCanJudge) {
     // A queen left en prise: whatever move the search named, a capture
     // changes the score, so the position is not quiet.
     EXPECT_FALSE(quiet("rnb1kbnr/pppp1ppp/8/4p3/3q4/4P3/PPPP1PPP/RNBQKBNR w KQkq - 0 3", "g1f3"));
+
+    // A search stopped by its node budget does not stop the filter's own.
+    Board board;
+    SearchLimits limits;
+    limits.nodes = 300;
+    iterative_deepening(board, limits, nullptr);
+    ASSERT_TRUE(g_abort.load());
+    EXPECT_TRUE(quiet("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3", "f1b5"));
 }
 
 TEST(SelfPlayRules, GamesEndByTheRulesAndByTheTables) {

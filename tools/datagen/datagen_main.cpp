@@ -22,7 +22,7 @@ using namespace morvane;
 namespace {
 
 constexpr const char* Usage =
-    "Usage: datagen --output FILE (--games N | --positions N) [--openings FILE] [--depth D]\n"
+    "Usage: datagen --output FILE (--games N | --positions N) [--openings FILE] [--depth D | --nodes N]\n"
     "               [--random-plies N] [--seed S] [--workers N]\n"
     "Appends lines \"FEN | result | score\" (White's view) to FILE.\n";
 
@@ -105,7 +105,8 @@ long long lines_after(const std::string& path, long long offset) {
 
 int main(int argc, char** argv) {
     ToolArguments args(argc, argv,
-                       {"output", "openings", "games", "positions", "depth", "random-plies", "seed", "workers"});
+                       {"output", "openings", "games", "positions", "depth", "nodes", "random-plies", "seed",
+                        "workers"});
     Plan plan;
     plan.output = args.text("output");
     plan.games = args.integer("games", -1);
@@ -113,6 +114,7 @@ int main(int argc, char** argv) {
     plan.seed = args.integer("seed", 1);
     plan.workers = static_cast<int>(std::clamp<long long>(args.integer("workers", 2), 1, 64));
     plan.settings.depth = static_cast<int>(std::clamp<long long>(args.integer("depth", 7), 1, 30));
+    plan.settings.nodes = static_cast<std::uint64_t>(std::max<long long>(args.integer("nodes", 0), 0));
     // A book already varies the starts; from the bare starting position
     // only random moves do.
     const long long randomPlies = args.integer("random-plies", args.has("openings") ? 2 : 8);
@@ -131,7 +133,10 @@ int main(int argc, char** argv) {
     }
     syzygy_init("");
 
-    std::cerr << "datagen: depth " << plan.settings.depth << ", " << plan.workers << " worker(s), seed " << plan.seed
+    std::cerr << "datagen: "
+              << (plan.settings.nodes ? std::to_string(plan.settings.nodes) + " nodes"
+                                      : "depth " + std::to_string(plan.settings.depth))
+              << " a move, " << plan.workers << " worker(s), seed " << plan.seed
               << ", " << (plan.openings.empty() ? std::string("starting position")
                                                 : std::to_string(plan.openings.size()) + " openings")
               << ", " << plan.settings.randomPlies << " random plies\n";

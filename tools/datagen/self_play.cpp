@@ -31,7 +31,10 @@ double white_result_for_mover(const Board& board, double moverResult) {
 
 SearchLimits move_limits(const SelfPlaySettings& settings) {
     SearchLimits limits;
-    limits.depth = settings.depth;
+    if (settings.nodes)
+        limits.nodes = settings.nodes;
+    else
+        limits.depth = settings.depth;
     return limits;
 }
 

@@ -3,6 +3,7 @@
 // and games are cut short as soon as their result is clear.
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <random>
 #include <string>
@@ -14,7 +15,8 @@
 namespace morvane {
 
 struct SelfPlaySettings {
-    int depth = 7;             // search depth of every move
+    int depth = 7;             // search depth of every move ...
+    std::uint64_t nodes = 0;   // ... or, when set, its node count
     int randomPlies = 8;       // random moves played first, for variety
     int maxOpeningScore = 400; // a start this lopsided teaches little; it is dropped
     int resignScore = 1000;    // one side ahead by this much ...
@@ -25,8 +27,9 @@ struct SelfPlaySettings {
     int maxPlies = 500;        // a game still going here is called a draw
 };
 
-// The same work for every move, so that data sets are comparable: a fixed
-// depth; a fixed node count would spend the same effort in every phase.
+// The same work for every move, so that data sets are comparable. A node
+// count spends the same effort in every phase; a depth is cheap in the
+// endgame and dear in the middlegame.
 SearchLimits move_limits(const SelfPlaySettings& settings);
 
 struct TrainingPosition {
