@@ -1,0 +1,156 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "datagen/openings.h"
+#include "datagen/quiet_filter.h"
+#include "datagen/self_play.h"
+#include "support/capture.h"
+#include "support/test_positions.h"
+#include "search/search_flags.h"
+#include "tablebase/syzygy.h"
+#include "tune/training_data.h"
+
+using namespace morvane;
+using morvane::test::find_move;
+
+namespace {
+
+bool quiet(const std::string& fen, const std::string& best) {
+    static Board board;
+    board.set_fen(fen);
+    const Move move = find_move(board, best);
+    EXPECT_NE(move, NULL_MOVE) << best << " in " << fen;
+    return is_quiet_position(board, move);
+}
+
+std::optional<double> result_of(const std::string& fen) {
+    static Board board;
+    board.set_fen(fen);
+    return rules_result(board);
+}
+
+}  // namespace
+
+TEST(QuietFilter, KeepsOnlyPositionsTheStaticEvaluationCanJudge) {
+    EXPECT_TRUE(quiet(StartFen, "g1f3"));
+    EXPECT_TRUE(quiet("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3", "f1b5"));
+    // In check: the score depends on the escape.
+    EXPECT_FALSE(quiet("rnbqkbnr/ppp2ppp/3p4/1B2p3/4P3/8/PPPP1PPP/RNBQK1NR b KQkq - 1 3", "c7c6"));
+    // The best move wins material or promotes.
+    EXPECT_FALSE(quiet("rnbqkbnr/ppp1pppp/8/3p4/4P3/8/PPPP1PPP/RNBQKBNR w KQkq d6 0 2", "e4d5"));
+    EXPECT_FALSE(quiet("8/4P1k1/8/8/8/8/6K1/8 w - - 0 1", "e7e8q"));
+    EXPECT_FALSE(quiet("4k3/8/8/3pP3/8/8/8/4K3 w - d6 0 2", "e5d6"));
+    // A queen left en prise: whatever move the search named, a capture
+    // changes the score, so the position is not quiet.
+    EXPECT_FALSE(quiet("rnb1kbnr/pppp1ppp/8/4p3/3q4/4P3/PPPP1PPP/RNBQKBNR w KQkq - 0 3", "g1f3"));
+
+    // A search stopped by its node budget does not stop the filter's own.
+    Board board;
+    SearchLimits limits;
+    limits.nodes = 300;
+    iterative_deepening(board, limits, nullptr);
+    ASSERT_TRUE(g_abort.load());
+    EXPECT_TRUE(quiet("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3", "f1b5"));
+}
+
+TEST(SelfPlayRules, GamesEndByTheRulesAndByTheTables) {
+    syzygy_init("");
+    EXPECT_EQ(result_of(StartFen), std::nullopt);
+    EXPECT_EQ(result_of("rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 1 3"), 0.0);  // White mated
+    EXPECT_EQ(result_of("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"), 0.5);             // stalemate
+    EXPECT_EQ(result_of("r3k3/8/8/8/8/8/8/R3K2R w - - 100 80"), 0.5);         // fifty moves
+    EXPECT_EQ(result_of("8/8/4k3/8/8/3BK3/8/8 w - - 0 1"), 0.5);              // bare bishop
+    // The tables decide as soon as a capture brings the game into them,
+    // whoever is to move; later the search plays on.
+    EXPECT_EQ(result_of("8/8/4k3/8/8/3QK3/8/8 b - - 0 1"), 1.0);
+    EXPECT_EQ(result_of("8/8/4k3/8/8/8/1q6/4K3 w - - 0 1"), 0.0);
+    EXPECT_EQ(result_of("8/8/4k3/8/8/3QK3/8/8 b - - 3 1"), std::nullopt);
+
+    // The third occurrence of a position draws, the second does not.
+    Board board;
+    board.set_fen(StartFen);
+    for (int round = 0; round < 2; ++round) {
+        EXPECT_EQ(rules_result(board), std::nullopt);
+        for (const char* uci : {"g1f3", "g8f6", "f3g1", "f6g8"}) board.do_move(find_move(board, uci));
+    }
+    EXPECT_EQ(rules_result(board), 0.5);
+}
+
+TEST(SelfPlayRules, ScoresDecideOnlyAfterALastingRun) {
+    SelfPlaySettings settings;
+    settings.resignScore = 1000;
+    settings.resignPlies = 3;
+    settings.drawScore = 10;
+    settings.drawPlies = 3;
+    settings.drawMinPly = 50;
+    ScoreAdjudicator adjudicator(settings);
+    EXPECT_EQ(adjudicator.after_search(1200, 1), std::nullopt);
+    EXPECT_EQ(adjudicator.after_search(1500, 2), std::nullopt);
+    EXPECT_EQ(adjudicator.after_search(900, 3), std::nullopt);  // the run is broken
+    EXPECT_EQ(adjudicator.after_search(-1000, 4), std::nullopt);
+    EXPECT_EQ(adjudicator.after_search(-1100, 5), std::nullopt);
+    EXPECT_EQ(adjudicator.after_search(-1300, 6), 0.0);
+
+    ScoreAdjudicator level(settings);
+    for (int ply = 40; ply < 50; ++ply) EXPECT_EQ(level.after_search(ply % 2 ? 5 : -5, ply), std::nullopt);
+    EXPECT_EQ(level.after_search(0, 50), 0.5);
+}
+
+TEST(SelfPlay, GamesAreReproducibleAndTheirLinesReadBackAsTrainingData) {
+    syzygy_init("");
+    SelfPlaySettings settings;
+    settings.depth = 2;
+    settings.randomPlies = 4;
+    settings.maxPlies = 60;
+    auto play = [&](std::uint64_t seed) {
+        Board board;
+        std::mt19937_64 rng(seed);
+        std::optional<GameRecord> game;
+        while (!game) {
+            board.set_fen(StartFen);
+            game = play_game(board, rng, settings);
+        }
+        return *game;
+    };
+    const GameRecord game = play(7), again = play(7);
+    ASSERT_FALSE(game.positions.empty());
+    ASSERT_EQ(game.positions.size(), again.positions.size());
+    EXPECT_EQ(game.result, again.result);
+
+    Board board;
+    for (std::size_t i = 0; i < game.positions.size(); ++i) {
+        const TrainingPosition& p = game.positions[i];
+        EXPECT_EQ(p.fen, again.positions[i].fen);
+        EXPECT_EQ(p.score, again.positions[i].score);
+        board.set_fen(p.fen);
+        EXPECT_FALSE(board.checkers()) << p.fen;
+        const std::string line = training_line(p, game.result);
+        TrainingSample sample;
+        ASSERT_TRUE(parse_training_line(line.substr(0, line.size() - 1), sample)) << line;
+        EXPECT_EQ(sample.fen, p.fen);
+        EXPECT_EQ(sample.result, static_cast<float>(game.result));
+        EXPECT_EQ(sample.score, static_cast<float>(p.score));
+    }
+}
+
+TEST(Openings, FenAndEpdLinesAreReadAndUnplayableOnesSkipped) {
+    const std::filesystem::path path = std::filesystem::temp_directory_path() / "morvane_openings_test.epd";
+    std::ofstream(path) << "# book\n\n"
+                           "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1\n"
+                           "rnbqkb1r/pppppppp/5n2/8/3P4/8/PPP1PPPP/RNBQKBNR w KQkq - bm c4; id \"x\";\n"
+                           "4k3/8/8/8/8/8/8/4K2R w K -\n"
+                           "8/8/8/8/8/8/8/8 w - -\n"                                  // no kings
+                           "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1\n";                        // stalemate
+    test::CapturedStreams io;
+    const std::vector<std::string> openings = read_openings(path.string());
+    std::filesystem::remove(path);
+    ASSERT_EQ(openings.size(), 3u) << io.err();
+    EXPECT_EQ(openings[0], "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1");
+    EXPECT_EQ(openings[1], "rnbqkb1r/pppppppp/5n2/8/3P4/8/PPP1PPPP/RNBQKBNR w KQkq -");
+    EXPECT_EQ(openings[2], "4k3/8/8/8/8/8/8/4K2R w K -");
+    EXPECT_NE(io.err().find(":6: skipped"), std::string::npos);
+    EXPECT_NE(io.err().find(":7: skipped"), std::string::npos);
+    EXPECT_TRUE(read_openings("/no/such/book.epd").empty());
+}

@@ -1,0 +1,103 @@
+#include "datagen/self_play.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+#include "datagen/quiet_filter.h"
+#include "movegen/movegen.h"
+#include "search/tt.h"
+#include "tablebase/syzygy.h"
+
+namespace morvane {
+
+namespace {
+
+// Mates and table wins: the score no longer measures the position.
+constexpr int DecisiveScore = 10000;
+
+int earlier_occurrences(const Board& board) {
+    int count = 0;
+    const int oldest = std::max(0, board.ply - static_cast<int>(board.state().halfmove));
+    for (int p = board.ply - 2; p >= oldest; p -= 2)
+        if (board.keys[p].key == board.key()) ++count;
+    return count;
+}
+
+double white_result_for_mover(const Board& board, double moverResult) {
+    return board.side == WHITE ? moverResult : 1.0 - moverResult;
+}
+
+}  // namespace
+
+SearchLimits move_limits(const SelfPlaySettings& settings) {
+    SearchLimits limits;
+    if (settings.nodes)
+        limits.nodes = settings.nodes;
+    else
+        limits.depth = settings.depth;
+    return limits;
+}
+
+std::optional<double> rules_result(Board& board) {
+    ScoredMove moves[MAX_MOVES];
+    if (generate_legal(board, moves, false) == 0) return board.checkers() ? white_result_for_mover(board, 0.0) : 0.5;
+    if (board.state().halfmove >= 100 || earlier_occurrences(board) >= 2 || board.is_insufficient_material())
+        return 0.5;
+    // The tables answer right after a capture or pawn move, which is how a
+    // game enters them; wins the fifty-move rule spoils come back as draws.
+    int tableScore = 0;
+    if (syzygy_probe_search(board, 0, tableScore))
+        return tableScore > 0 ? white_result_for_mover(board, 1.0) : tableScore < 0 ? white_result_for_mover(board, 0.0)
+                                                                                   : 0.5;
+    return std::nullopt;
+}
+
+std::optional<double> ScoreAdjudicator::after_search(int whiteScore, int ply) {
+    whiteAhead_ = whiteScore >= settings_.resignScore ? whiteAhead_ + 1 : 0;
+    blackAhead_ = whiteScore <= -settings_.resignScore ? blackAhead_ + 1 : 0;
+    level_ = std::abs(whiteScore) <= settings_.drawScore ? level_ + 1 : 0;
+    if (whiteAhead_ >= settings_.resignPlies) return 1.0;
+    if (blackAhead_ >= settings_.resignPlies) return 0.0;
+    if (level_ >= settings_.drawPlies && ply >= settings_.drawMinPly) return 0.5;
+    return std::nullopt;
+}
+
+std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const SelfPlaySettings& settings) {
+    for (int i = 0; i < settings.randomPlies; ++i) {
+        ScoredMove moves[MAX_MOVES];
+        const int n = generate_legal(board, moves, false);
+        if (n == 0) return std::nullopt;
+        board.do_move(moves[rng() % n].move);
+    }
+    // Each game searches from an empty table, so that a game replays
+    // identically whatever was played before it.
+    tt_clear();
+    const SearchLimits limits = move_limits(settings);
+    ScoreAdjudicator adjudicator(settings);
+    GameRecord game;
+    for (int ply = 0;; ++ply) {
+        if (const auto result = rules_result(board)) {
+            if (ply == 0) return std::nullopt;
+            game.result = *result;
+            return game;
+        }
+        if (ply >= settings.maxPlies) return game;
+        const SearchResult searched = iterative_deepening(board, limits, nullptr);
+        const int whiteScore = board.side == WHITE ? searched.score : -searched.score;
+        if (ply == 0 && std::abs(whiteScore) > settings.maxOpeningScore) return std::nullopt;
+        if (std::abs(whiteScore) < DecisiveScore && is_quiet_position(board, searched.best_move))
+            game.positions.push_back({board.fen(), whiteScore});
+        if (const auto result = adjudicator.after_search(whiteScore, ply)) {
+            game.result = *result;
+            return game;
+        }
+        board.do_move(searched.best_move);
+    }
+}
+
+std::string training_line(const TrainingPosition& position, double result) {
+    const char* text = result > 0.75 ? "1.0" : result < 0.25 ? "0.0" : "0.5";
+    return position.fen + " | " + text + " | " + std::to_string(position.score) + '\n';
+}
+
+}  // namespace morvane
