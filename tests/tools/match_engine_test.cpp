@@ -168,12 +168,12 @@ TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
     const MatchSummary s = run_match(config, stop, progress);
     EXPECT_EQ(s.verdict, SprtVerdict::AcceptH1);
     EXPECT_FALSE(s.interrupted);
-    EXPECT_LT(s.wdl.games(), 20);
+    EXPECT_LT(s.wdl.games(), 2 * SprtMinPairs + 4);
     EXPECT_EQ(s.wdl.wins, s.wdl.games());
     // Only whole pairs count in the test; a game whose partner the stop cut
     // short is still in the results.
     EXPECT_EQ(s.pairs[0] + s.pairs[1] + s.pairs[2] + s.pairs[3], 0);
-    EXPECT_GE(s.pairs[4], 2);
+    EXPECT_GE(s.pairs[4], SprtMinPairs);
     EXPECT_EQ(s.totals[1].moves, s.wdl.games());  // one (illegal) move per game
 
     std::ifstream pgn(config.pgnPath);
