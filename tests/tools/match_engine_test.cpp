@@ -18,29 +18,29 @@ namespace {
 
 // A UCI engine in a few lines of shell whose answer to `go` is `onGo`;
 // given a working directory, it notes every start in its file `starts`.
-EngineSpec fake_engine(const std::string& onGo, const std::string& dir = "") {
+EngineSetup fake_engine(const std::string& onGo, const std::string& dir = "") {
     const std::string script =
         std::string(dir.empty() ? "" : "echo started >> starts; ") + "while read -r cmd rest; do case \"$cmd\" in "
         "uci) echo 'id name fake'; echo uciok;; isready) echo readyok;; go) " + onGo +
         ";; quit) exit 0;; esac; done";
-    EngineSpec spec;
-    spec.name = "Fake";
-    spec.argv = {"/bin/sh", "-c", script};
-    spec.dir = dir;
-    spec.effort.depth = 1;
-    return spec;
+    EngineSetup setup;
+    setup.name = "Fake";
+    setup.argv = {"/bin/sh", "-c", script};
+    setup.dir = dir;
+    setup.effort.depth = 1;
+    return setup;
 }
 
-EngineSpec real_engine() {
-    EngineSpec spec;
-    spec.name = "Morvane";
-    spec.argv = {MORVANE_EXE};
-    spec.effort.depth = 1;
-    return spec;
+EngineSetup real_engine() {
+    EngineSetup setup;
+    setup.name = "Morvane";
+    setup.argv = {MORVANE_EXE};
+    setup.effort.depth = 1;
+    return setup;
 }
 
 // The fake engine has White; the game is over after its first move.
-Verdict fake_plays_white(EngineSpec fake, const Adjudication& rules = {}) {
+Verdict fake_plays_white(EngineSetup fake, const Adjudication& rules = {}) {
     UciEngine white(std::move(fake)), black(real_engine());
     std::atomic<bool> stop{false};
     const GameRecord game = play_game(white, black, morvane::StartFen, rules, stop);
@@ -67,7 +67,7 @@ TEST(MatchEngine, EachFailureLosesWithItsReason) {
     const Verdict crash = fake_plays_white(fake_engine("exit 3"));
     EXPECT_EQ(crash.reason, "White (Fake) crashed (exit status 3)");
 
-    EngineSpec slow = fake_engine("sleep 1; echo 'bestmove e2e4'");
+    EngineSetup slow = fake_engine("sleep 1; echo 'bestmove e2e4'");
     slow.effort = {200, 0, 0, 0};
     const Verdict late = fake_plays_white(slow, quick);
     EXPECT_EQ(late.reason, "White loses on time");

@@ -26,8 +26,8 @@ TEST(MatchSetup, EngineSettingsOwnOverridesEach) {
     const CommandLine cl = parse({"--engine", "cmd=bin/new", "arg=--quiet", "option.Hash=64", "nodes=5000",
                                   "--engine", "cmd=/usr/bin/old", "dir=/tmp", "--each", "tc=10+0.1",
                                   "option.Hash=16", "option.UseLMR=false", "--sprt", "-1", "4"});
-    const EngineSpec& first = cl.match.engines[0];
-    const EngineSpec& second = cl.match.engines[1];
+    const EngineSetup& first = cl.match.engines[0];
+    const EngineSetup& second = cl.match.engines[1];
     // A relative program is found from here, not from the engine's directory.
     EXPECT_EQ(first.argv.front(), (std::filesystem::current_path() / "bin/new").string());
     EXPECT_EQ(first.argv.at(1), "--quiet");

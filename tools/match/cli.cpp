@@ -73,27 +73,27 @@ std::string seconds_text(std::int64_t ms) {
 
 // One KEY=VALUE of --engine or --each; pairs that only make sense once per
 // engine (cmd, dir, name) are refused in --each by the caller.
-void apply_engine_setting(EngineSpec& spec, const std::string& setting) {
+void apply_engine_setting(EngineSetup& setup, const std::string& setting) {
     const auto [key, value] = key_value(setting);
     if (key == "cmd") {
         if (value.empty()) fail("empty cmd=");
-        spec.argv.insert(spec.argv.begin(), value);
+        setup.argv.insert(setup.argv.begin(), value);
     } else if (key == "arg") {
-        spec.argv.push_back(value);
+        setup.argv.push_back(value);
     } else if (key == "dir") {
-        spec.dir = value;
+        setup.dir = value;
     } else if (key == "name") {
-        spec.name = value;
+        setup.name = value;
     } else if (key.rfind("option.", 0) == 0 && key.size() > 7) {
-        spec.options.emplace_back(key.substr(7), value);
+        setup.options.emplace_back(key.substr(7), value);
     } else if (key == "tc") {
         const Effort e = parse_time_control(value);
-        spec.effort.baseMs = e.baseMs;
-        spec.effort.incMs = e.incMs;
+        setup.effort.baseMs = e.baseMs;
+        setup.effort.incMs = e.incMs;
     } else if (key == "nodes") {
-        spec.effort.nodes = parse_integer(value, "nodes", 1);
+        setup.effort.nodes = parse_integer(value, "nodes", 1);
     } else if (key == "depth") {
-        spec.effort.depth = static_cast<int>(parse_integer(value, "depth", 1));
+        setup.effort.depth = static_cast<int>(parse_integer(value, "depth", 1));
     } else {
         fail("unknown engine setting '" + key + "'");
     }
@@ -101,17 +101,17 @@ void apply_engine_setting(EngineSpec& spec, const std::string& setting) {
 
 // Relative program paths are taken from where match runs, not from the
 // engine's own working directory.
-void finish_engine(EngineSpec& spec, int index) {
-    if (spec.argv.empty()) fail("engine " + std::to_string(index + 1) + " has no cmd=");
-    std::string& program = spec.argv.front();
+void finish_engine(EngineSetup& setup, int index) {
+    if (setup.argv.empty()) fail("engine " + std::to_string(index + 1) + " has no cmd=");
+    std::string& program = setup.argv.front();
     if (program.find('/') != std::string::npos && program[0] != '/')
         program = (std::filesystem::current_path() / program).lexically_normal().string();
-    if (!spec.dir.empty() && !std::filesystem::is_directory(spec.dir)) fail("no directory " + spec.dir);
-    if (spec.name.empty()) spec.name = std::filesystem::path(program).filename().string();
-    if (!spec.effort.timed() && spec.effort.nodes == 0 && spec.effort.depth == 0)
-        fail("engine " + spec.name + " has no tc=, nodes= or depth=");
-    if (spec.effort.timed() && (spec.effort.nodes || spec.effort.depth))
-        fail("engine " + spec.name + ": tc= cannot be combined with nodes= or depth=");
+    if (!setup.dir.empty() && !std::filesystem::is_directory(setup.dir)) fail("no directory " + setup.dir);
+    if (setup.name.empty()) setup.name = std::filesystem::path(program).filename().string();
+    if (!setup.effort.timed() && setup.effort.nodes == 0 && setup.effort.depth == 0)
+        fail("engine " + setup.name + " has no tc=, nodes= or depth=");
+    if (setup.effort.timed() && (setup.effort.nodes || setup.effort.depth))
+        fail("engine " + setup.name + ": tc= cannot be combined with nodes= or depth=");
 }
 
 }  // namespace
@@ -214,8 +214,8 @@ CommandLine parse_command_line(const std::vector<std::string>& args) {
     if (engineCount != 2) fail("two --engine are needed");
     for (int e = 0; e < 2; ++e) {
         // --each first, so that an engine's own settings win.
-        EngineSpec own = m.engines[e];
-        EngineSpec merged;
+        EngineSetup own = m.engines[e];
+        EngineSetup merged;
         for (const auto& s : each) apply_engine_setting(merged, s);
         merged.argv = own.argv;
         merged.dir = own.dir;

@@ -66,8 +66,8 @@ std::string go_command(const Effort& effort, const GameClock& whiteClock, const 
 GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen, const Adjudication& rules,
                      const std::atomic<bool>& interrupted) {
     GameRecord record;
-    record.white = white.spec().name;
-    record.black = black.spec().name;
+    record.white = white.setup().name;
+    record.black = black.setup().name;
     record.startFen = fen;
     UciEngine* engines[2] = {&white, &black};
     const std::string sideName[2] = {"White", "Black"};
@@ -89,15 +89,15 @@ GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen,
         }
     }
 
-    GameClock clocks[2] = {{white.spec().effort.baseMs, white.spec().effort.incMs},
-                           {black.spec().effort.baseMs, black.spec().effort.incMs}};
+    GameClock clocks[2] = {{white.setup().effort.baseMs, white.setup().effort.incMs},
+                           {black.setup().effort.baseMs, black.setup().effort.incMs}};
     ScoreTrail trail;
     Verdict verdict;
     while (verdict.outcome == Outcome::Ongoing) {
         const Color us = referee.side_to_move();
         UciEngine& engine = *engines[us];
-        const Effort& effort = engine.spec().effort;
-        const std::string who = sideName[us] + " (" + engine.spec().name + ")";
+        const Effort& effort = engine.setup().effort;
+        const std::string who = sideName[us] + " (" + engine.setup().name + ")";
         const auto deadline = SteadyClock::now() + std::chrono::milliseconds(
                                                        effort.timed() ? clocks[us].left_ms() + rules.timeMarginMs
                                                                       : rules.hangTimeoutMs);
@@ -139,7 +139,7 @@ GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen,
     record.verdict = verdict;
     record.sanMoves = referee.san_moves();
     for (Color c : {WHITE, BLACK})
-        if (engines[c]->spec().effort.timed()) record.side[c].clockLeftMs = clocks[c].left_ms();
+        if (engines[c]->setup().effort.timed()) record.side[c].clockLeftMs = clocks[c].left_ms();
     return record;
 }
 

@@ -75,8 +75,8 @@ int main(int argc, char** argv) {
     }
     // An engine that cannot even start would lose every game in turn; better
     // to say so at once.
-    for (const EngineSpec& spec : config.engines) {
-        UciEngine engine(spec);
+    for (const EngineSetup& setup : config.engines) {
+        UciEngine engine(setup);
         std::string error;
         if (!engine.prepare_game(error)) {
             std::cerr << "match: " << error << '\n';

@@ -18,7 +18,7 @@
 namespace match {
 
 struct MatchConfig {
-    EngineSpec engines[2];             // results are counted for engines[0]
+    EngineSetup engines[2];             // results are counted for engines[0]
     std::vector<std::string> openings; // in playing order
     int games = 100;                   // rounded up to whole pairs
     int concurrency = 1;

@@ -44,17 +44,17 @@ bool UciEngine::wait_for(const std::string& token, SteadyClock::time_point deadl
 }
 
 bool UciEngine::start(std::string& error) {
-    if (!process_.start(spec_.argv, spec_.dir)) {
-        error = "cannot start " + spec_.argv.front() + (spec_.dir.empty() ? "" : " in " + spec_.dir);
+    if (!process_.start(setup_.argv, setup_.dir)) {
+        error = "cannot start " + setup_.argv.front() + (setup_.dir.empty() ? "" : " in " + setup_.dir);
         return false;
     }
     const auto deadline = SteadyClock::now() + StartupTimeout;
     if (!process_.send("uci", deadline) || !wait_for("uciok", deadline)) {
-        error = "no uciok from " + spec_.name;
+        error = "no uciok from " + setup_.name;
         process_.terminate();
         return false;
     }
-    for (const auto& [name, value] : spec_.options)
+    for (const auto& [name, value] : setup_.options)
         process_.send("setoption name " + name + " value " + value, deadline);
     return true;
 }
@@ -72,7 +72,7 @@ bool UciEngine::prepare_game(std::string& error) {
         }
         process_.terminate();
         needsResync_ = false;
-        error = spec_.name + " did not answer isready";
+        error = setup_.name + " did not answer isready";
     }
     return false;
 }

@@ -22,7 +22,7 @@ struct Effort {
     bool timed() const { return baseMs >= 0; }
 };
 
-struct EngineSpec {
+struct EngineSetup {
     std::string name;
     std::vector<std::string> argv;  // the program and its arguments
     std::string dir;                // working directory; empty: the runner's
@@ -44,9 +44,9 @@ std::optional<int> parse_score(const std::string& infoLine);
 
 class UciEngine {
 public:
-    explicit UciEngine(EngineSpec spec) : spec_(std::move(spec)) {}
+    explicit UciEngine(EngineSetup setup) : setup_(std::move(setup)) {}
 
-    const EngineSpec& spec() const { return spec_; }
+    const EngineSetup& setup() const { return setup_; }
 
     // Ready for a new game: (re)starts the engine when it is not running or
     // did not answer, then ucinewgame and isready. False with a reason in
@@ -68,7 +68,7 @@ private:
     bool start(std::string& error);
     bool wait_for(const std::string& token, SteadyClock::time_point deadline);
 
-    EngineSpec spec_;
+    EngineSetup setup_;
     EngineProcess process_;
     bool needsResync_ = false;
 };
