@@ -3,7 +3,6 @@
 #include <filesystem>
 #include <fstream>
 
-#include "datagen/openings.h"
 #include "datagen/quiet_filter.h"
 #include "datagen/self_play.h"
 #include "support/capture.h"
@@ -133,24 +132,4 @@ TEST(SelfPlay, GamesAreReproducibleAndTheirLinesReadBackAsTrainingData) {
         EXPECT_EQ(sample.result, static_cast<float>(game.result));
         EXPECT_EQ(sample.score, static_cast<float>(p.score));
     }
-}
-
-TEST(Openings, FenAndEpdLinesAreReadAndUnplayableOnesSkipped) {
-    const std::filesystem::path path = std::filesystem::temp_directory_path() / "morvane_openings_test.epd";
-    std::ofstream(path) << "# book\n\n"
-                           "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1\n"
-                           "rnbqkb1r/pppppppp/5n2/8/3P4/8/PPP1PPPP/RNBQKBNR w KQkq - bm c4; id \"x\";\n"
-                           "4k3/8/8/8/8/8/8/4K2R w K -\n"
-                           "8/8/8/8/8/8/8/8 w - -\n"                                  // no kings
-                           "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1\n";                        // stalemate
-    test::CapturedStreams io;
-    const std::vector<std::string> openings = read_openings(path.string());
-    std::filesystem::remove(path);
-    ASSERT_EQ(openings.size(), 3u) << io.err();
-    EXPECT_EQ(openings[0], "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1");
-    EXPECT_EQ(openings[1], "rnbqkb1r/pppppppp/5n2/8/3P4/8/PPP1PPPP/RNBQKBNR w KQkq -");
-    EXPECT_EQ(openings[2], "4k3/8/8/8/8/8/8/4K2R w K -");
-    EXPECT_NE(io.err().find(":6: skipped"), std::string::npos);
-    EXPECT_NE(io.err().find(":7: skipped"), std::string::npos);
-    EXPECT_TRUE(read_openings("/no/such/book.epd").empty());
 }

@@ -13,8 +13,8 @@
 
 #include "common/tool_arguments.h"
 #include "common/worker_processes.h"
-#include "datagen/openings.h"
 #include "datagen/self_play.h"
+#include "match/openings.h"
 #include "tablebase/syzygy.h"
 
 using namespace morvane;
@@ -125,8 +125,7 @@ int main(int argc, char** argv) {
         return 1;
     }
     if (args.has("openings")) {
-        plan.openings = read_openings(args.text("openings"));
-        if (plan.openings.empty()) {
+        if (!match::load_openings(args.text("openings"), plan.openings, std::cerr) || plan.openings.empty()) {
             std::cerr << "no playable opening in " << args.text("openings") << '\n';
             return 1;
         }
