@@ -9,10 +9,6 @@
 
 namespace morvane {
 
-struct SafeRange {
-    int min, max;
-};
-
 SafeRange safe_range(std::string_view key);
 
 // Brings every value of the record into its key's range, reporting each
