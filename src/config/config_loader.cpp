@@ -95,42 +95,12 @@ void enforce_bounds(const std::string& path, EngineConfig& config) {
 }  // namespace
 
 void rescale_to_pawn_100(EngineConfig& config) {
-    // Search and time parameters, ordering scores, ratios and depths are not
-    // centipawns and keep their values.
-    static const std::vector<std::string_view> searchPrefixes = {
-        "null_move_", "rfp_", "futility_", "razor_", "lmr_", "iir_",
-        "aspiration_", "singular_", "lmp_", "time_", "lazy_eval_"};
-    static const std::vector<std::string_view> searchExactNames = {
-        "capture_margin_low", "capture_margin_high", "capture_margin_value_threshold", "countermove_bonus_score",
-        "recapture_bonus", "recapture_bonus_disabled_in_opening", "king_threat_bonus_score",
-        "king_threat_bonus_score_heavy_noncheck", "king_threat_bonus_light_v13",
-        "king_threat_bonus_score_zone_imbalance", "king_threat_bonus_score_middlegame_check",
-        "king_threat_bonus_score_middlegame_check_v10", "king_threat_malus_v11",
-        "king_threat_material_imbalance_threshold"};
-    static const std::vector<std::string_view> tunableButNotCp = {
-        "hanging_piece_penalty_pct", "king_danger_xray_divisor", "king_danger_no_queen_reduction_pct",
-        "king_danger_scale_mg_pct", "king_danger_scale_eg_pct", "threat_see_penalty_pct",
-        "opposite_bishop_scale_pct", "syzygy_probe_depth"};
-
-    auto listed = [](const std::vector<std::string_view>& list, std::string_view name) {
-        for (std::string_view entry : list)
-            if (entry == name) return true;
-        return false;
-    };
-    auto has_search_prefix = [&](std::string_view name) {
-        for (std::string_view prefix : searchPrefixes)
-            if (name.substr(0, prefix.size()) == prefix) return true;
-        return false;
-    };
-
     const double factor = 100.0 / config.material_pawn;
     int rescaled = 0;
     for (const ConfigField& field : all_fields(config)) {
-        std::string_view name = field.name;
-        const bool isSwitch = name.size() >= 8 && name.substr(name.size() - 8) == "_enabled";
-        if (name == "material_pawn" || name == "auto_rescale_on_load" || has_search_prefix(name) || isSwitch ||
-            listed(searchExactNames, name) || listed(tunableButNotCp, name))
-            continue;
+        // Search and clock parameters, ordering scores, ratios and switches
+        // keep their values; the pawn sets the scale and is reset below.
+        if (field.unit != ParameterUnit::Centipawn || field.name == "material_pawn") continue;
         for (int i = 0; i < field.count; ++i) {
             // Halves round away from zero; a product beyond 32 bits (a huge
             // weight with a tiny pawn) saturates instead of wrapping.

@@ -1,19 +1,12 @@
-// The range each configuration key may take without the arithmetic that
-// reads it overflowing or dividing by zero.
+// Keeping every loaded value inside its key's safe range, so that no tuning
+// can make the evaluation or the search overflow or divide by zero.
 #pragma once
 
 #include <string>
-#include <string_view>
 
 #include "config/engine_config.h"
 
 namespace morvane {
-
-struct SafeRange {
-    int min, max;
-};
-
-SafeRange safe_range(std::string_view key);
 
 // Brings every value of the record into its key's range, reporting each
 // correction on standard error in the loader's words; returns their count.

@@ -37,7 +37,7 @@ TEST(SafeRanges, EveryKeyAtItsBoundsEvaluatesAndSearches) {
     const std::vector<ConfigField> keys = all_fields(const_cast<EngineConfig&>(defaults));
     Board board;
     for (std::size_t k = 0; k < keys.size(); ++k) {
-        const SafeRange range = safe_range(keys[k].name);
+        const SafeRange range = keys[k].range;
         for (const int value : {range.min, range.max, 0}) {
             g_config = defaults;
             const ConfigField field = all_fields(g_config)[k];
