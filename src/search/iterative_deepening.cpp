@@ -5,6 +5,7 @@
 #include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
+#include "search/see.h"
 #include "tablebase/syzygy.h"
 #include "search/tt.h"
 
@@ -13,9 +14,6 @@ namespace morvane {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-constexpr int Infinity = 30001;
-constexpr int MateBound = 29753;
 
 std::uint64_t elapsed_ms(Clock::time_point start) {
     return static_cast<std::uint64_t>(
@@ -73,6 +71,20 @@ std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits) {
     return std::min(std::max<std::int64_t>(t - 50, 10), std::max<std::int64_t>(alloc, 10));
 }
 
+int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta) {
+    // A single check is extended, unless the checking move loses material
+    // by exchange: such a check is seldom worth the extra ply.
+    const bool losingCapture = is_capture(board, move) && see(board, move) < 0;
+    board.do_move(move);
+    const Bitboard checkers = board.checkers();
+    const int ext = checkers && !more_than_one(checkers) && !losingCapture ? 1 : 0;
+    ctx.at(0).move = move;
+    ctx.at(1).extensions = ext;
+    const int score = -negamax(board, ctx, 1, depth - 1 + ext, -beta, -alpha);
+    board.undo_move();
+    return score;
+}
+
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta, RootScores* rootScores) {
     SearchResult result;
     result.depth = depth;
@@ -90,21 +102,15 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
     const TTEntry* tt = g_tt.probe(board.key());
     score_moves(board, moves, count, ctx, 0, tt ? tt->move : NULL_MOVE, NULL_MOVE);
 
-    std::uint64_t nodes = 0;
     // Below any score: the first move searched is always a best move, so a
     // root with legal moves never answers with the null move.
     int best = INT_MIN;
     const int alpha0 = alpha;
     for (int i = 0; i < count; ++i) {
         const Move m = moves[i].move;
-        const bool losingCapture = is_capture(board, m) && moves[i].see < 0;
-        board.do_move(m);
-        const Bitboard checkers = board.checkers();
-        const int ext = checkers && !more_than_one(checkers) && !losingCapture ? 1 : 0;
-        const int score = -negamax(board, depth - 1 + ext, -beta, -alpha, 1, nodes, ctx, ext, NULL_MOVE, false, m);
-        board.undo_move();
+        const int score = search_root_move(board, ctx, m, depth, alpha, beta);
         if (g_abort.load(std::memory_order_relaxed)) {
-            result.nodes = nodes;
+            result.nodes = ctx.nodes;
             return result;
         }
         if (rootScores) rootScores->emplace_back(m, score);
@@ -112,7 +118,8 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
             best = score;
             result.best_move = m;
             result.pv.assign(1, m);
-            result.pv.insert(result.pv.end(), ctx.pv[1], ctx.pv[1] + ctx.pvLength[1]);
+            const PlyRecord& reply = ctx.at(1);
+            result.pv.insert(result.pv.end(), reply.pv, reply.pv + reply.pvLength);
         }
         alpha = std::max(alpha, score);
         if (alpha >= beta) break;
@@ -121,7 +128,7 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
     const int bound = best <= alpha0 ? BOUND_UPPER : best < beta ? BOUND_EXACT : BOUND_LOWER;
     g_tt.store(board.key(), best, result.best_move, depth, bound, 0);
     result.score = best;
-    result.nodes = nodes;
+    result.nodes = ctx.nodes;
     return result;
 }
 
@@ -175,10 +182,10 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
         const auto iterationStart = Clock::now();
         SearchResult iteration;
         std::uint64_t nodes = 0;
-        if (d > 1 && completed && std::abs(best.score) <= MateBound) {
+        if (d > 1 && completed && !is_mate_score(best.score)) {
             const int p = best.score;
             int delta = std::max(g_config.aspiration_initial_delta, 1);
-            int lo = std::max(p - delta, -Infinity), hi = std::min(p + delta, Infinity);
+            int lo = std::max(p - delta, -INFINITE_SCORE), hi = std::min(p + delta, INFINITE_SCORE);
             for (;;) {
                 iteration = search_within_budget(d, lo, hi);
                 nodes += iteration.nodes;
@@ -186,16 +193,16 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
                 const int s = std::clamp(iteration.score, -MATE_SCORE, MATE_SCORE);
                 if (s <= lo) {
                     delta += delta / 2 + 1;
-                    lo = std::max(p - delta, -Infinity);
+                    lo = std::max(p - delta, -INFINITE_SCORE);
                 } else if (s >= hi) {
                     delta += delta / 2 + 1;
-                    hi = std::min(p + delta, Infinity);
+                    hi = std::min(p + delta, INFINITE_SCORE);
                 } else {
                     break;
                 }
             }
         } else {
-            iteration = search_within_budget(d, -Infinity, Infinity);
+            iteration = search_within_budget(d, -INFINITE_SCORE, INFINITE_SCORE);
             nodes = iteration.nodes;
         }
         if (g_abort.load(std::memory_order_relaxed)) break;
@@ -207,7 +214,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
         previousMs = static_cast<std::uint64_t>(
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - iterationStart).count());
         if (on_iteration) on_iteration(best);
-        if (std::abs(best.score) > MateBound || !best.best_move) break;
+        if (is_mate_score(best.score) || !best.best_move) break;
     }
     g_hasDeadline.store(false, std::memory_order_relaxed);
     g_nodeBudget.store(UINT64_MAX, std::memory_order_relaxed);

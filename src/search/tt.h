@@ -6,12 +6,10 @@
 #include <string>
 #include <vector>
 
+#include "core/score.h"
 #include "core/types.h"
 
 namespace morvane {
-
-constexpr int MATE_SCORE = 30000;
-constexpr int MATE_THRESHOLD = 29754;
 
 enum Bound : std::uint8_t { BOUND_NONE = 0, BOUND_EXACT = 1, BOUND_LOWER = 2, BOUND_UPPER = 3 };
 

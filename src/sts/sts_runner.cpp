@@ -50,7 +50,7 @@ std::string join(const std::vector<std::string>& parts, const char* separator) {
 void rank_expected_move(Board& board, const SearchResult& result, Move expected, StsOutcome& out) {
     auto ctx = std::make_unique<SearchContext>();
     RootScores scores;
-    search_root(board, *ctx, result.depth, -30001, 30001, &scores);
+    search_root(board, *ctx, result.depth, -INFINITE_SCORE, INFINITE_SCORE, &scores);
     std::stable_sort(scores.begin(), scores.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
     out.expected_rank = 0;
     for (std::size_t i = 0; i < scores.size(); ++i)
@@ -64,8 +64,8 @@ void rank_expected_move(Board& board, const SearchResult& result, Move expected,
         const Bitboard checkers = board.checkers();
         const int depth = result.depth - 1 + (checkers && !more_than_one(checkers) ? 1 : 0);
         ctx->reset();
-        std::uint64_t nodes = 0;
-        out.expected_eval_cp = -negamax(board, depth, -30001, 30001, 1, nodes, *ctx, 0, NULL_MOVE, false, expected);
+        ctx->at(0).move = expected;
+        out.expected_eval_cp = -negamax(board, *ctx, 1, depth, -INFINITE_SCORE, INFINITE_SCORE);
         board.undo_move();
     }
     out.expected_known = true;
