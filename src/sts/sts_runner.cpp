@@ -11,9 +11,7 @@
 #include "core/file_read.h"
 #include "core/notation.h"
 #include "core/position_check.h"
-#include "movegen/movegen.h"
 #include "search/search.h"
-#include "search/search_flags.h"
 #include "search/tt.h"
 #include "sts/epd.h"
 #include "sts/report_lock.h"
@@ -60,13 +58,8 @@ void rank_expected_move(Board& board, const SearchResult& result, Move expected,
         }
     out.expected_eval_cp = 0;
     if (result.depth > 0) {
-        board.do_move(expected);
-        const Bitboard checkers = board.checkers();
-        const int depth = result.depth - 1 + (checkers && !more_than_one(checkers) ? 1 : 0);
         ctx->reset();
-        ctx->at(0).move = expected;
-        out.expected_eval_cp = -negamax(board, *ctx, 1, depth, -INFINITE_SCORE, INFINITE_SCORE);
-        board.undo_move();
+        out.expected_eval_cp = search_root_move(board, *ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE);
     }
     out.expected_known = true;
 }
