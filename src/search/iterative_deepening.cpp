@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <chrono>
 #include <climits>
 
 #include "config/engine_config.h"
@@ -6,6 +7,7 @@
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/see.h"
+#include "search/time_manager.h"
 #include "tablebase/syzygy.h"
 #include "search/tt.h"
 
@@ -20,23 +22,6 @@ std::uint64_t elapsed_ms(Clock::time_point start) {
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
 }
 
-// Expected number of moves left to the time control, by game phase.
-int base_moves_to_go(const Board& b) {
-    const EngineConfig& c = g_config;
-    if (popcount(b.occupied) <= static_cast<int>(TB_LARGEST) + c.time_syzygy_zone_margin) return c.time_movestogo_syzygy_zone;
-    int phase = 0;
-    for (Color side : {WHITE, BLACK})
-        phase += popcount(b.pieces[side][KNIGHT]) + popcount(b.pieces[side][BISHOP]) +
-                 2 * popcount(b.pieces[side][ROOK]) + 4 * popcount(b.pieces[side][QUEEN]);
-    phase = std::min(phase, 24);
-    const int moveNumber = b.game_ply() / 2;
-    const int pawns = popcount(b.pieces[WHITE][PAWN] | b.pieces[BLACK][PAWN]);
-    if (phase >= c.time_phase_opening_min && moveNumber <= c.time_phase_opening_max_moves &&
-        pawns >= c.time_phase_opening_pawn_threshold)
-        return c.time_movestogo_opening;
-    return c.time_movestogo_middlegame;
-}
-
 Move initial_best_move(Board& board) {
     ScoredMove moves[MAX_MOVES];
     const int n = generate_legal(board, moves, false);
@@ -48,28 +33,6 @@ Move initial_best_move(Board& board) {
 }
 
 }  // namespace
-
-std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits) {
-    const EngineConfig& c = g_config;
-    // A year is more than any clock; beyond it the arithmetic below and the
-    // deadline's nanoseconds could overflow.
-    static constexpr std::int64_t YearMs = 365LL * 24 * 60 * 60 * 1000;
-    auto sane = [](std::int64_t ms) { return std::clamp(ms, -YearMs, YearMs); };
-    if (limits.movetime >= 0) return sane(limits.movetime);
-    if (limits.wtime < 0 && limits.btime < 0) return -1;
-    const std::int64_t t = std::max<std::int64_t>(sane(board.side == WHITE ? limits.wtime : limits.btime), 0);
-    const std::int64_t inc = sane(board.side == WHITE ? limits.winc : limits.binc);
-    const int base = base_moves_to_go(board);
-    const int moveNumber = board.game_ply() / 2;
-    std::int64_t movesToGo = base;
-    if (limits.movestogo >= 1) movesToGo = limits.movestogo;
-    else if (moveNumber > c.time_long_game_threshold_moves) movesToGo = moveNumber - 60 + base;
-    movesToGo = std::max<std::int64_t>(movesToGo, 1);  // a tuned threshold below 60 must not divide by zero
-    std::int64_t alloc = inc + t / movesToGo - 50;
-    if (t < c.time_critical_increment_multiplier * inc)
-        alloc = std::max(alloc, std::max<std::int64_t>(inc - c.time_increment_safety_margin_ms, 10));
-    return std::min(std::max<std::int64_t>(t - 50, 10), std::max<std::int64_t>(alloc, 10));
-}
 
 int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta) {
     // A single check is extended, unless the checking move loses material
@@ -138,14 +101,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
     // The stop flag is cleared by whoever starts the search (before the
     // search thread exists), so that a "stop" sent right after "go" is kept.
     g_abort.store(false, std::memory_order_relaxed);
-    // A pondering search has no clock yet; "ponderhit" may already have
-    // set its deadline, which must not be cleared here.
-    const std::int64_t allowed = limits.ponder ? -1 : allocate_time_ms(board, limits);
-    if (!limits.ponder) g_hasDeadline.store(false, std::memory_order_relaxed);
-    if (allowed >= 0) {
-        g_deadline.store(start + std::chrono::milliseconds(allowed), std::memory_order_relaxed);
-        g_hasDeadline.store(true, std::memory_order_relaxed);
-    }
+    set_search_deadline(board, limits, start);
 
     SearchResult best;
     best.best_move = initial_best_move(board);
@@ -166,19 +122,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
         return r;
     };
     for (int d = 1; d <= maxDepth; ++d) {
-        if (g_hasDeadline.load(std::memory_order_relaxed)) {
-            const auto now = Clock::now();
-            const auto deadline = g_deadline.load(std::memory_order_relaxed);
-            if (now >= deadline) break;
-            const auto leftMs = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
-            // An iteration costs a few times the previous one: do not start
-            // one that cannot finish.
-            if (d >= 2 && previousMs >= 1 &&
-                static_cast<std::int64_t>(g_config.time_predictive_growth_factor * previousMs) > leftMs) {
-                g_hasDeadline.store(false, std::memory_order_relaxed);
-                break;
-            }
-        }
+        if (!iteration_fits(d, previousMs)) break;
         const auto iterationStart = Clock::now();
         SearchResult iteration;
         std::uint64_t nodes = 0;

@@ -8,6 +8,7 @@
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/see.h"
+#include "search/time_manager.h"
 #include "tablebase/syzygy.h"
 #include "search/tt.h"
 

@@ -5,19 +5,9 @@
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/see.h"
+#include "search/time_manager.h"
 
 namespace morvane {
-
-bool time_to_stop(std::uint64_t nodes) {
-    if ((nodes & static_cast<std::uint64_t>(g_config.time_check_node_mask)) != 0) return false;
-    if (g_stopRequested.load(std::memory_order_relaxed) || nodes >= g_nodeBudget.load(std::memory_order_relaxed) ||
-        (g_hasDeadline.load(std::memory_order_relaxed) &&
-         std::chrono::steady_clock::now() >= g_deadline.load(std::memory_order_relaxed))) {
-        g_abort.store(true, std::memory_order_relaxed);
-        return true;
-    }
-    return false;
-}
 
 int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta) {
     ++ctx.nodes;

@@ -2,7 +2,6 @@
 // iterative deepening with aspiration windows and clock-based deadlines.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -56,12 +55,5 @@ int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int
 int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int beta);
 
 int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta);
-
-// Milliseconds the clock allows for this move; negative when the limits
-// set no deadline.
-std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits);
-
-// The search polls the stop flag and the deadline once per node-mask period.
-bool time_to_stop(std::uint64_t nodes);
 
 }  // namespace morvane

@@ -7,6 +7,7 @@
 #include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
+#include "search/time_manager.h"
 #include "search/tt.h"
 #include "support/test_positions.h"
 
