@@ -3,7 +3,6 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
 #include "core/score.h"
@@ -48,9 +47,6 @@ private:
 extern TranspositionTable g_tt;
 
 void tt_clear();
-
-// The "Hash" option: parse, report a bad value, clamp to 1..2048 MB, resize.
-void set_hash_option(const std::string& value);
 
 // Mate scores are stored relative to the node and read back relative to
 // the root, so that a mate found at one depth is right at any other.
