@@ -1,8 +1,8 @@
 #include <algorithm>
 
 #include "config/engine_config.h"
+#include "eval/see.h"
 #include "search/search_context.h"
-#include "search/see.h"
 
 namespace morvane {
 

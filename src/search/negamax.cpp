@@ -3,14 +3,14 @@
 
 #include "config/engine_config.h"
 #include "eval/evaluate.h"
+#include "eval/see.h"
 #include "movegen/movegen.h"
 #include "search/draw_rules.h"
 #include "search/search.h"
 #include "search/search_flags.h"
-#include "search/see.h"
 #include "search/time_manager.h"
-#include "tablebase/syzygy.h"
 #include "search/tt.h"
+#include "tablebase/syzygy.h"
 
 namespace morvane {
 
