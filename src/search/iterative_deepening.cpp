@@ -51,8 +51,11 @@ int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta, RootScores* rootScores) {
     SearchResult result;
     result.depth = depth;
-    if (syzygy_root_probe(board, result)) {
-        result.depth = depth;
+    // A root in the tables is decided there: play their move unsearched.
+    if (TbRootMove tb; syzygy_root_probe(board, tb)) {
+        result.best_move = tb.move;
+        result.score = tb.score;
+        result.pv.assign(1, tb.move);
         return result;
     }
     ScoredMove moves[MAX_MOVES];
