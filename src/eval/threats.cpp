@@ -2,7 +2,7 @@
 // exchange, pins against the king, and the smaller extended threats.
 #include "eval/eval_terms.h"
 #include "eval/pawn_masks.h"
-#include "search/see.h"
+#include "eval/see.h"
 
 namespace morvane {
 

@@ -14,7 +14,4 @@ int generate_legal(Board& board, ScoredMove* out, bool capturesOnly);
 
 std::uint64_t perft_count(Board& board, int depth);
 
-// Per-root-move breakdown on standard output, then the total.
-void cmd_go_perft(Board& board, int depth);
-
 }  // namespace morvane

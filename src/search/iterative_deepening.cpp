@@ -1,12 +1,15 @@
 #include <algorithm>
+#include <chrono>
 #include <climits>
 
 #include "config/engine_config.h"
+#include "eval/see.h"
 #include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
-#include "tablebase/syzygy.h"
+#include "search/time_manager.h"
 #include "search/tt.h"
+#include "tablebase/syzygy.h"
 
 namespace morvane {
 
@@ -14,29 +17,9 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr int Infinity = 30001;
-constexpr int MateBound = 29753;
-
 std::uint64_t elapsed_ms(Clock::time_point start) {
     return static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - start).count());
-}
-
-// Expected number of moves left to the time control, by game phase.
-int base_moves_to_go(const Board& b) {
-    const EngineConfig& c = g_config;
-    if (popcount(b.occupied) <= static_cast<int>(TB_LARGEST) + c.time_syzygy_zone_margin) return c.time_movestogo_syzygy_zone;
-    int phase = 0;
-    for (Color side : {WHITE, BLACK})
-        phase += popcount(b.pieces[side][KNIGHT]) + popcount(b.pieces[side][BISHOP]) +
-                 2 * popcount(b.pieces[side][ROOK]) + 4 * popcount(b.pieces[side][QUEEN]);
-    phase = std::min(phase, 24);
-    const int moveNumber = b.game_ply() / 2;
-    const int pawns = popcount(b.pieces[WHITE][PAWN] | b.pieces[BLACK][PAWN]);
-    if (phase >= c.time_phase_opening_min && moveNumber <= c.time_phase_opening_max_moves &&
-        pawns >= c.time_phase_opening_pawn_threshold)
-        return c.time_movestogo_opening;
-    return c.time_movestogo_middlegame;
 }
 
 Move initial_best_move(Board& board) {
@@ -51,33 +34,28 @@ Move initial_best_move(Board& board) {
 
 }  // namespace
 
-std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits) {
-    const EngineConfig& c = g_config;
-    // A year is more than any clock; beyond it the arithmetic below and the
-    // deadline's nanoseconds could overflow.
-    static constexpr std::int64_t YearMs = 365LL * 24 * 60 * 60 * 1000;
-    auto sane = [](std::int64_t ms) { return std::clamp(ms, -YearMs, YearMs); };
-    if (limits.movetime >= 0) return sane(limits.movetime);
-    if (limits.wtime < 0 && limits.btime < 0) return -1;
-    const std::int64_t t = std::max<std::int64_t>(sane(board.side == WHITE ? limits.wtime : limits.btime), 0);
-    const std::int64_t inc = sane(board.side == WHITE ? limits.winc : limits.binc);
-    const int base = base_moves_to_go(board);
-    const int moveNumber = board.game_ply() / 2;
-    std::int64_t movesToGo = base;
-    if (limits.movestogo >= 1) movesToGo = limits.movestogo;
-    else if (moveNumber > c.time_long_game_threshold_moves) movesToGo = moveNumber - 60 + base;
-    movesToGo = std::max<std::int64_t>(movesToGo, 1);  // a tuned threshold below 60 must not divide by zero
-    std::int64_t alloc = inc + t / movesToGo - 50;
-    if (t < c.time_critical_increment_multiplier * inc)
-        alloc = std::max(alloc, std::max<std::int64_t>(inc - c.time_increment_safety_margin_ms, 10));
-    return std::min(std::max<std::int64_t>(t - 50, 10), std::max<std::int64_t>(alloc, 10));
+int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta) {
+    // A single check is extended, unless the checking move loses material
+    // by exchange: such a check is seldom worth the extra ply.
+    const bool losingCapture = is_capture(board, move) && see(board, move) < 0;
+    board.do_move(move);
+    const Bitboard checkers = board.checkers();
+    const int ext = checkers && !more_than_one(checkers) && !losingCapture ? 1 : 0;
+    ctx.at(0).move = move;
+    ctx.at(1).extensions = ext;
+    const int score = -negamax(board, ctx, 1, depth - 1 + ext, -beta, -alpha);
+    board.undo_move();
+    return score;
 }
 
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta, RootScores* rootScores) {
     SearchResult result;
     result.depth = depth;
-    if (syzygy_root_probe(board, result)) {
-        result.depth = depth;
+    // A root in the tables is decided there: play their move unsearched.
+    if (TbRootMove tb; syzygy_root_probe(board, tb)) {
+        result.best_move = tb.move;
+        result.score = tb.score;
+        result.pv.assign(1, tb.move);
         return result;
     }
     ScoredMove moves[MAX_MOVES];
@@ -90,21 +68,15 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
     const TTEntry* tt = g_tt.probe(board.key());
     score_moves(board, moves, count, ctx, 0, tt ? tt->move : NULL_MOVE, NULL_MOVE);
 
-    std::uint64_t nodes = 0;
     // Below any score: the first move searched is always a best move, so a
     // root with legal moves never answers with the null move.
     int best = INT_MIN;
     const int alpha0 = alpha;
     for (int i = 0; i < count; ++i) {
         const Move m = moves[i].move;
-        const bool losingCapture = is_capture(board, m) && moves[i].see < 0;
-        board.do_move(m);
-        const Bitboard checkers = board.checkers();
-        const int ext = checkers && !more_than_one(checkers) && !losingCapture ? 1 : 0;
-        const int score = -negamax(board, depth - 1 + ext, -beta, -alpha, 1, nodes, ctx, ext, NULL_MOVE, false, m);
-        board.undo_move();
+        const int score = search_root_move(board, ctx, m, depth, alpha, beta);
         if (g_abort.load(std::memory_order_relaxed)) {
-            result.nodes = nodes;
+            result.nodes = ctx.nodes;
             return result;
         }
         if (rootScores) rootScores->emplace_back(m, score);
@@ -112,7 +84,8 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
             best = score;
             result.best_move = m;
             result.pv.assign(1, m);
-            result.pv.insert(result.pv.end(), ctx.pv[1], ctx.pv[1] + ctx.pvLength[1]);
+            const PlyRecord& reply = ctx.at(1);
+            result.pv.insert(result.pv.end(), reply.pv, reply.pv + reply.pvLength);
         }
         alpha = std::max(alpha, score);
         if (alpha >= beta) break;
@@ -121,7 +94,7 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
     const int bound = best <= alpha0 ? BOUND_UPPER : best < beta ? BOUND_EXACT : BOUND_LOWER;
     g_tt.store(board.key(), best, result.best_move, depth, bound, 0);
     result.score = best;
-    result.nodes = nodes;
+    result.nodes = ctx.nodes;
     return result;
 }
 
@@ -131,14 +104,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
     // The stop flag is cleared by whoever starts the search (before the
     // search thread exists), so that a "stop" sent right after "go" is kept.
     g_abort.store(false, std::memory_order_relaxed);
-    // A pondering search has no clock yet; "ponderhit" may already have
-    // set its deadline, which must not be cleared here.
-    const std::int64_t allowed = limits.ponder ? -1 : allocate_time_ms(board, limits);
-    if (!limits.ponder) g_hasDeadline.store(false, std::memory_order_relaxed);
-    if (allowed >= 0) {
-        g_deadline.store(start + std::chrono::milliseconds(allowed), std::memory_order_relaxed);
-        g_hasDeadline.store(true, std::memory_order_relaxed);
-    }
+    set_search_deadline(board, limits, start);
 
     SearchResult best;
     best.best_move = initial_best_move(board);
@@ -159,26 +125,14 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
         return r;
     };
     for (int d = 1; d <= maxDepth; ++d) {
-        if (g_hasDeadline.load(std::memory_order_relaxed)) {
-            const auto now = Clock::now();
-            const auto deadline = g_deadline.load(std::memory_order_relaxed);
-            if (now >= deadline) break;
-            const auto leftMs = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
-            // An iteration costs a few times the previous one: do not start
-            // one that cannot finish.
-            if (d >= 2 && previousMs >= 1 &&
-                static_cast<std::int64_t>(g_config.time_predictive_growth_factor * previousMs) > leftMs) {
-                g_hasDeadline.store(false, std::memory_order_relaxed);
-                break;
-            }
-        }
+        if (!iteration_fits(d, previousMs)) break;
         const auto iterationStart = Clock::now();
         SearchResult iteration;
         std::uint64_t nodes = 0;
-        if (d > 1 && completed && std::abs(best.score) <= MateBound) {
+        if (d > 1 && completed && !is_mate_score(best.score)) {
             const int p = best.score;
             int delta = std::max(g_config.aspiration_initial_delta, 1);
-            int lo = std::max(p - delta, -Infinity), hi = std::min(p + delta, Infinity);
+            int lo = std::max(p - delta, -INFINITE_SCORE), hi = std::min(p + delta, INFINITE_SCORE);
             for (;;) {
                 iteration = search_within_budget(d, lo, hi);
                 nodes += iteration.nodes;
@@ -186,16 +140,16 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
                 const int s = std::clamp(iteration.score, -MATE_SCORE, MATE_SCORE);
                 if (s <= lo) {
                     delta += delta / 2 + 1;
-                    lo = std::max(p - delta, -Infinity);
+                    lo = std::max(p - delta, -INFINITE_SCORE);
                 } else if (s >= hi) {
                     delta += delta / 2 + 1;
-                    hi = std::min(p + delta, Infinity);
+                    hi = std::min(p + delta, INFINITE_SCORE);
                 } else {
                     break;
                 }
             }
         } else {
-            iteration = search_within_budget(d, -Infinity, Infinity);
+            iteration = search_within_budget(d, -INFINITE_SCORE, INFINITE_SCORE);
             nodes = iteration.nodes;
         }
         if (g_abort.load(std::memory_order_relaxed)) break;
@@ -207,7 +161,7 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
         previousMs = static_cast<std::uint64_t>(
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - iterationStart).count());
         if (on_iteration) on_iteration(best);
-        if (std::abs(best.score) > MateBound || !best.best_move) break;
+        if (is_mate_score(best.score) || !best.best_move) break;
     }
     g_hasDeadline.store(false, std::memory_order_relaxed);
     g_nodeBudget.store(UINT64_MAX, std::memory_order_relaxed);

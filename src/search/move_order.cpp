@@ -1,20 +1,10 @@
 #include <algorithm>
 
 #include "config/engine_config.h"
+#include "eval/see.h"
 #include "search/search_context.h"
-#include "search/see.h"
 
 namespace morvane {
-
-void SearchContext::reset() {
-    std::fill(&killers[0][0], &killers[0][0] + MAX_PLY * 2, NULL_MOVE);
-    std::fill(&history[0][0][0], &history[0][0][0] + 2 * 64 * 64, 0);
-    std::fill(&countermove[0][0], &countermove[0][0] + 16 * 64, NULL_MOVE);
-    std::fill(&captureHistory[0][0][0], &captureHistory[0][0][0] + 16 * 64 * 7, 0);
-    std::fill(&pv[0][0], &pv[0][0] + (MAX_PLY - 1) * (MAX_PLY + 1), NULL_MOVE);
-    std::fill(pvLength, pvLength + MAX_PLY, 0);
-    std::fill(staticEval, staticEval + MAX_PLY, NO_EVAL);
-}
 
 bool is_capture(const Board& board, Move m) {
     return move_flag(m) == FLAG_EN_PASSANT || board.squares[move_to(m)] != 0;

@@ -3,19 +3,18 @@
 
 #include "config/engine_config.h"
 #include "eval/evaluate.h"
+#include "eval/see.h"
 #include "movegen/movegen.h"
 #include "search/draw_rules.h"
 #include "search/search.h"
 #include "search/search_flags.h"
-#include "search/see.h"
-#include "tablebase/syzygy.h"
+#include "search/time_manager.h"
 #include "search/tt.h"
+#include "tablebase/syzygy.h"
 
 namespace morvane {
 
 namespace {
-
-constexpr int MateBound = 29753;  // scores beyond this are mates
 
 struct LogTables {
     double depth[MAX_PLY];
@@ -60,25 +59,30 @@ int late_move_reduction(int depth, int searched) {
 
 bool aborted() { return g_abort.load(std::memory_order_relaxed); }
 
-void record_pv(SearchContext& ctx, int ply, Move m) {
-    if (ply >= MAX_PLY - 1) return;
-    ctx.pv[ply][0] = m;
-    const int childLength = ply + 1 < MAX_PLY ? std::min(ctx.pvLength[ply + 1], MAX_PLY - 1) : 0;
-    for (int i = 0; i < childLength; ++i) ctx.pv[ply][i + 1] = ctx.pv[ply + 1][i];
-    ctx.pvLength[ply] = childLength + 1;
+// This node's variation: its best move so far followed by the child's.
+void record_pv(PlyRecord& node, const PlyRecord& child, Move m) {
+    node.pv[0] = m;
+    const int childLength = std::min(child.pvLength, MAX_PLY - 1);
+    for (int i = 0; i < childLength; ++i) node.pv[i + 1] = child.pv[i];
+    node.pvLength = childLength + 1;
 }
 
 }  // namespace
 
-int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t& nodes, SearchContext& ctx,
-            int extensions, Move excluded, bool afterNull, Move prevMove) {
+int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int beta) {
     const EngineConfig& c = g_config;
-    ++nodes;
-    if (aborted() || time_to_stop(nodes)) return 0;
+    ++ctx.nodes;
+    if (aborted() || time_to_stop(ctx.nodes)) return 0;
     // Extensions could in principle lengthen a line without end; the board
     // only keeps SEARCH_PLY_RESERVE plies above the root.
     if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);
-    ctx.pvLength[ply] = 0;
+    PlyRecord& node = ctx.at(ply);
+    PlyRecord& child = ctx.at(ply + 1);
+    const PlyRecord& parent = ctx.at(ply - 1);
+    const Move excluded = node.excluded;
+    const Move prevMove = parent.move;
+    const int extensions = node.extensions;
+    node.pvLength = 0;
 
     const bool inCheck = board.checkers() != 0;
     if (ply > 0) {
@@ -86,7 +90,7 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
         if (board.state().halfmove > 99 && !inCheck) return 0;
         if (!inCheck && board.is_insufficient_material()) return 0;
     }
-    if (depth < 1) return quiescence(board, alpha, beta, ply, nodes);
+    if (depth < 1) return quiescence(board, ctx, ply, alpha, beta);
 
     const bool pruning = g_pruningEnabled.load(std::memory_order_relaxed);
     const bool pvNode = beta - alpha > 1;
@@ -110,32 +114,38 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
     int eval = NO_EVAL;
     bool improving = true;
     if (!inCheck) {
-        eval = pruning ? evaluate(board, alpha, beta) : evaluate(board, -30001, 30001);
-        if (ply > 1 && ctx.staticEval[ply - 2] != NO_EVAL) improving = ctx.staticEval[ply - 2] <= eval;
-        else if (ply > 3 && ctx.staticEval[ply - 4] != NO_EVAL) improving = ctx.staticEval[ply - 4] <= eval;
+        eval = pruning ? evaluate(board, alpha, beta) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE);
+        // Compared with the last evaluation of the same side; before the
+        // root and in check there is none.
+        const int twoBack = ctx.at(ply - 2).staticEval, fourBack = ctx.at(ply - 4).staticEval;
+        if (twoBack != NO_EVAL) improving = twoBack <= eval;
+        else if (fourBack != NO_EVAL) improving = fourBack <= eval;
     }
-    if (ply < MAX_PLY) ctx.staticEval[ply] = eval;
+    node.staticEval = eval;
 
     if (pruning && !inCheck && ply >= 1) {
         // Razoring: hopeless shallow nodes drop straight into quiescence.
-        if (c.razor_enabled && depth <= c.razor_max_depth && alpha >= -MateBound &&
+        if (c.razor_enabled && depth <= c.razor_max_depth && alpha > -MATE_THRESHOLD &&
             alpha > eval + c.razor_margin_per_depth * depth) {
-            const int q = quiescence(board, alpha, beta, ply, nodes);
+            const int q = quiescence(board, ctx, ply, alpha, beta);
             if (aborted()) return 0;
             if (q < alpha) return q;
         }
         // Reverse futility: far above beta at shallow depth, assume it holds.
-        if (c.rfp_enabled && depth <= c.rfp_max_depth && beta >= -MateBound && beta <= MateBound) {
+        if (c.rfp_enabled && depth <= c.rfp_max_depth && !is_mate_score(beta)) {
             const int margin = c.rfp_margin_per_depth * depth - (improving ? c.rfp_improving_margin_reduction : 0);
             if (eval - margin >= beta) return eval - margin;
         }
         // Null move: if passing still fails high, the position is too good.
-        if (c.null_move_enabled && !(c.pv_node_protection_enabled && pvNode) && depth >= 3 && !afterNull &&
+        if (c.null_move_enabled && !(c.pv_node_protection_enabled && pvNode) && depth >= 3 && !parent.nullMove &&
             !(c.null_move_eval_filter_enabled && beta > eval) && has_non_pawn_material(board, board.side)) {
             const int r = null_move_reduction(depth);
             board.do_null_move();
-            const int score = -negamax(board, depth - 1 - r, -beta, -beta + 1, ply + 1, nodes, ctx, extensions,
-                                       NULL_MOVE, true, NULL_MOVE);
+            node.move = NULL_MOVE;
+            node.nullMove = true;
+            child.extensions = extensions;
+            const int score = -negamax(board, ctx, ply + 1, depth - 1 - r, -beta, -beta + 1);
+            node.nullMove = false;
             board.undo_null_move();
             if (aborted()) return 0;
             if (score >= beta) return score;
@@ -148,7 +158,7 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
     if (ply >= 1 && (board.state().halfmove > 99 || board.is_insufficient_material())) return 0;
     score_moves(board, moves, count, ctx, ply, ttMove, prevMove);
 
-    int best = -30001;
+    int best = -INFINITE_SCORE;
     Move bestMove = NULL_MOVE;
     const int alpha0 = alpha;
     int searched = 0;
@@ -163,10 +173,10 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
         const bool directCheck = c.exclude_checks_from_pruning_enabled && move_threatens_king(board, m, us, true);
 
         if (c.late_move_pruning_enabled && pruning && !inCheck && quiet && searched >= 1 && depth <= c.lmp_max_depth &&
-            alpha >= -MateBound && !directCheck && searched >= c.lmp_depth_mult * depth * depth + c.lmp_base)
+            alpha > -MATE_THRESHOLD && !directCheck && searched >= c.lmp_depth_mult * depth * depth + c.lmp_base)
             continue;
         if (pruning && c.futility_enabled && !(c.pv_node_protection_enabled && pvNode) && !inCheck && quiet &&
-            searched > 0 && depth <= c.futility_max_depth && alpha >= -MateBound &&
+            searched > 0 && depth <= c.futility_max_depth && alpha > -MATE_THRESHOLD &&
             eval + c.futility_margin_per_depth * depth <= alpha && !directCheck)
             continue;
 
@@ -175,10 +185,13 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
         bool singular = false;
         if (m == ttMove && c.singular_extensions_enabled && !excluded && ply >= 1 && tt && ttDepth >= depth - 3 &&
             (ttBound == BOUND_EXACT || ttBound == BOUND_LOWER) && depth >= c.singular_min_depth &&
-            std::abs(ttScore) < MATE_THRESHOLD) {
+            !is_mate_score(ttScore)) {
             const int sBeta = ttScore - c.singular_margin_per_depth * depth;
-            const int v = negamax(board, depth / std::max(c.singular_reduction_divisor, 1), sBeta - 1, sBeta, ply,
-                                  nodes, ctx, extensions, m, afterNull, prevMove);
+            // The verification searches this same node without the hash move.
+            node.excluded = m;
+            const int verificationDepth = depth / std::max(c.singular_reduction_divisor, 1);
+            const int v = negamax(board, ctx, ply, verificationDepth, sBeta - 1, sBeta);
+            node.excluded = NULL_MOVE;
             if (aborted()) return 0;
             singular = v < sBeta;
         }
@@ -210,19 +223,18 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
         const bool zeroing = board.state().halfmove == 0;
         if (zeroing && newDepth >= c.syzygy_probe_depth && syzygy_probe_search(board, ply + 1, tbScore)) {
             score = -tbScore;
-            if (ply + 1 < MAX_PLY) ctx.pvLength[ply + 1] = 0;
+            child.pvLength = 0;
         } else {
-            const int childExt = extensions + (extended ? 1 : 0);
+            node.move = m;
+            child.extensions = extensions + (extended ? 1 : 0);
             if (searched == 1) {
-                score = -negamax(board, newDepth, -beta, -alpha, ply + 1, nodes, ctx, childExt, NULL_MOVE, false, m);
+                score = -negamax(board, ctx, ply + 1, newDepth, -beta, -alpha);
             } else {
-                score = -negamax(board, std::max(newDepth - r, 0), -alpha - 1, -alpha, ply + 1, nodes, ctx, childExt,
-                                 NULL_MOVE, false, m);
+                score = -negamax(board, ctx, ply + 1, std::max(newDepth - r, 0), -alpha - 1, -alpha);
                 if (r >= 1 && score > alpha && !aborted())
-                    score = -negamax(board, newDepth, -alpha - 1, -alpha, ply + 1, nodes, ctx, childExt, NULL_MOVE,
-                                     false, m);
+                    score = -negamax(board, ctx, ply + 1, newDepth, -alpha - 1, -alpha);
                 if (score > alpha && score < beta && !aborted())
-                    score = -negamax(board, newDepth, -beta, -alpha, ply + 1, nodes, ctx, childExt, NULL_MOVE, false, m);
+                    score = -negamax(board, ctx, ply + 1, newDepth, -beta, -alpha);
             }
         }
         board.undo_move();
@@ -232,7 +244,7 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
             best = score;
             bestMove = m;
             if (score > alpha) {
-                record_pv(ctx, ply, m);
+                record_pv(node, child, m);
                 alpha = score;
                 if (alpha >= beta) {
                     update_cutoff_heuristics(board, ctx, m, depth, ply, prevMove, triedQuiets, triedCount);
@@ -243,8 +255,8 @@ int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t
     }
 
     // A singular verification whose excluded move was the only legal one
-    // searched nothing: its -30001 is no score, and must never reach the
-    // table, where a later search would read it as a mate.
+    // searched nothing: its -INFINITE_SCORE is no score, and must never
+    // reach the table, where a later search would read it as a mate.
     if (searched > 0) {
         const int bound = best <= alpha0 ? BOUND_UPPER : best < beta ? BOUND_EXACT : BOUND_LOWER;
         g_tt.store(board.key(), best, bestMove, depth, bound, ply);

@@ -1,27 +1,17 @@
 #include "config/engine_config.h"
 #include "eval/evaluate.h"
+#include "eval/see.h"
 #include "movegen/movegen.h"
 #include "search/draw_rules.h"
 #include "search/search.h"
 #include "search/search_flags.h"
-#include "search/see.h"
+#include "search/time_manager.h"
 
 namespace morvane {
 
-bool time_to_stop(std::uint64_t nodes) {
-    if ((nodes & static_cast<std::uint64_t>(g_config.time_check_node_mask)) != 0) return false;
-    if (g_stopRequested.load(std::memory_order_relaxed) || nodes >= g_nodeBudget.load(std::memory_order_relaxed) ||
-        (g_hasDeadline.load(std::memory_order_relaxed) &&
-         std::chrono::steady_clock::now() >= g_deadline.load(std::memory_order_relaxed))) {
-        g_abort.store(true, std::memory_order_relaxed);
-        return true;
-    }
-    return false;
-}
-
-int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes) {
-    ++nodes;
-    if (g_abort.load(std::memory_order_relaxed) || time_to_stop(nodes)) return 0;
+int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta) {
+    ++ctx.nodes;
+    if (g_abort.load(std::memory_order_relaxed) || time_to_stop(ctx.nodes)) return 0;
     if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);  // the board's ply reserve
     if (is_repetition(board) || board.state().halfmove > 99) return 0;
 
@@ -29,7 +19,7 @@ int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes)
     if (!board.checkers()) {
         if (board.is_insufficient_material()) return 0;
         const bool pruning = g_pruningEnabled.load(std::memory_order_relaxed);
-        const int standPat = pruning ? evaluate(board, alpha, beta) : evaluate(board, -30001, 30001);
+        const int standPat = pruning ? evaluate(board, alpha, beta) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE);
         if (standPat >= beta) return standPat;
         int best = standPat;
         int a = std::max(standPat, alpha);
@@ -39,9 +29,9 @@ int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes)
         for (int i = 0; i < n; ++i) {
             if (moves[i].score < 0) return best;  // losing captures are never searched
             board.do_move(moves[i].move);
-            const int score = -quiescence(board, -beta, -a, ply + 1, nodes);
+            const int score = -quiescence(board, ctx, ply + 1, -beta, -a);
             board.undo_move();
-            if (g_abort.load(std::memory_order_relaxed) || time_to_stop(nodes)) return 0;
+            if (g_abort.load(std::memory_order_relaxed) || time_to_stop(ctx.nodes)) return 0;
             best = std::max(best, score);
             a = std::max(a, best);
             if (a >= beta) return best;
@@ -50,13 +40,13 @@ int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes)
     }
 
     const int n = generate_legal(board, moves, false);
-    if (n == 0) return ply - 30000;
-    int best = -30001;
+    if (n == 0) return ply - MATE_SCORE;
+    int best = -INFINITE_SCORE;
     for (int i = 0; i < n; ++i) {
         board.do_move(moves[i].move);
-        const int score = -quiescence(board, -beta, -alpha, ply + 1, nodes);
+        const int score = -quiescence(board, ctx, ply + 1, -beta, -alpha);
         board.undo_move();
-        if (g_abort.load(std::memory_order_relaxed) || time_to_stop(nodes)) return 0;
+        if (g_abort.load(std::memory_order_relaxed) || time_to_stop(ctx.nodes)) return 0;
         best = std::max(best, score);
         alpha = std::max(alpha, best);
         if (alpha >= beta) return best;

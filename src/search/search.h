@@ -2,7 +2,6 @@
 // iterative deepening with aspiration windows and clock-based deadlines.
 #pragma once
 
-#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <utility>
@@ -45,16 +44,16 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta,
                          RootScores* rootScores = nullptr);
 
-int negamax(Board& board, int depth, int alpha, int beta, int ply, std::uint64_t& nodes, SearchContext& ctx,
-            int extensions, Move excluded, bool afterNull, Move prevMove);
+// One root move searched to depth within (alpha, beta), with the root's own
+// check extension; the score is from the root side's point of view. The
+// context's heuristics are used as they stand.
+int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta);
 
-int quiescence(Board& board, int alpha, int beta, int ply, std::uint64_t& nodes);
+// The node at distance ply from the root, to the remaining depth. Its move
+// history (the move that led here, a null move, an excluded move, the
+// extensions spent) is read from the context's stack.
+int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int beta);
 
-// Milliseconds the clock allows for this move; negative when the limits
-// set no deadline.
-std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits);
-
-// The search polls the stop flag and the deadline once per node-mask period.
-bool time_to_stop(std::uint64_t nodes);
+int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta);
 
 }  // namespace morvane

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <bit>
-#include <iostream>
 
 namespace morvane {
 
@@ -30,16 +29,5 @@ void TranspositionTable::store(std::uint64_t key, int score, Move move, int dept
 }
 
 void tt_clear() { g_tt.clear(); }
-
-void set_hash_option(const std::string& value) {
-    try {
-        std::size_t used = 0;
-        const long long mb = std::stoll(value, &used, 10);
-        if (mb < INT32_MIN || mb > INT32_MAX) throw std::out_of_range("Hash");
-        g_tt.resize_mb(static_cast<int>(mb));
-    } catch (const std::exception&) {
-        std::cerr << "info string valeur Hash invalide: " << value << std::endl;
-    }
-}
 
 }  // namespace morvane

@@ -3,15 +3,12 @@
 #pragma once
 
 #include <cstdint>
-#include <string>
 #include <vector>
 
+#include "core/score.h"
 #include "core/types.h"
 
 namespace morvane {
-
-constexpr int MATE_SCORE = 30000;
-constexpr int MATE_THRESHOLD = 29754;
 
 enum Bound : std::uint8_t { BOUND_NONE = 0, BOUND_EXACT = 1, BOUND_LOWER = 2, BOUND_UPPER = 3 };
 
@@ -50,9 +47,6 @@ private:
 extern TranspositionTable g_tt;
 
 void tt_clear();
-
-// The "Hash" option: parse, report a bad value, clamp to 1..2048 MB, resize.
-void set_hash_option(const std::string& value);
 
 // Mate scores are stored relative to the node and read back relative to
 // the root, so that a mate found at one depth is right at any other.

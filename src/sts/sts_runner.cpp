@@ -11,9 +11,7 @@
 #include "core/file_read.h"
 #include "core/notation.h"
 #include "core/position_check.h"
-#include "movegen/movegen.h"
 #include "search/search.h"
-#include "search/search_flags.h"
 #include "search/tt.h"
 #include "sts/epd.h"
 #include "sts/report_lock.h"
@@ -50,7 +48,7 @@ std::string join(const std::vector<std::string>& parts, const char* separator) {
 void rank_expected_move(Board& board, const SearchResult& result, Move expected, StsOutcome& out) {
     auto ctx = std::make_unique<SearchContext>();
     RootScores scores;
-    search_root(board, *ctx, result.depth, -30001, 30001, &scores);
+    search_root(board, *ctx, result.depth, -INFINITE_SCORE, INFINITE_SCORE, &scores);
     std::stable_sort(scores.begin(), scores.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
     out.expected_rank = 0;
     for (std::size_t i = 0; i < scores.size(); ++i)
@@ -60,13 +58,8 @@ void rank_expected_move(Board& board, const SearchResult& result, Move expected,
         }
     out.expected_eval_cp = 0;
     if (result.depth > 0) {
-        board.do_move(expected);
-        const Bitboard checkers = board.checkers();
-        const int depth = result.depth - 1 + (checkers && !more_than_one(checkers) ? 1 : 0);
         ctx->reset();
-        std::uint64_t nodes = 0;
-        out.expected_eval_cp = -negamax(board, depth, -30001, 30001, 1, nodes, *ctx, 0, NULL_MOVE, false, expected);
-        board.undo_move();
+        out.expected_eval_cp = search_root_move(board, *ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE);
     }
     out.expected_known = true;
 }

@@ -2,14 +2,12 @@
 
 #include <iostream>
 
-#include "search/search.h"
+#include "core/score.h"
 #include "tablebase/cache.h"
 
 namespace morvane {
 
 namespace {
-
-constexpr int TbWinScore = 20000;
 
 struct TbArgs {
     std::uint64_t white, black, kings, queens, rooks, bishops, knights, pawns;
@@ -52,11 +50,11 @@ bool syzygy_probe_search(const Board& board, int ply, int& score) {
     unsigned wdl = tb_probe_wdl_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns,
                                      a.ep, a.turn);
     if (wdl == TB_RESULT_FAILED) return false;
-    score = wdl == TB_WIN ? TbWinScore - ply : wdl == TB_LOSS ? ply - TbWinScore : 0;
+    score = wdl == TB_WIN ? TB_WIN_SCORE - ply : wdl == TB_LOSS ? ply - TB_WIN_SCORE : 0;
     return true;
 }
 
-bool syzygy_root_probe(Board& board, SearchResult& result) {
+bool syzygy_root_probe(Board& board, TbRootMove& result) {
     if (outside_tables(board)) return false;
     TbArgs a = args_of(board);
     unsigned results[MAX_MOVES + 1];
@@ -73,11 +71,8 @@ bool syzygy_root_probe(Board& board, SearchResult& result) {
     else
         m = make_move(from, to);
     unsigned wdl = tb_result_wdl(r);
-    result.best_move = m;
-    result.score = wdl == TB_WIN ? TbWinScore : wdl == TB_LOSS ? -TbWinScore : 0;
-    result.pv.assign(1, m);
-    result.depth = 0;
-    result.nodes = 0;
+    result.move = m;
+    result.score = wdl == TB_WIN ? TB_WIN_SCORE : wdl == TB_LOSS ? -TB_WIN_SCORE : 0;
     return true;
 }
 

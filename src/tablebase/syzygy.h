@@ -10,7 +10,13 @@
 
 namespace morvane {
 
-struct SearchResult;
+// The root move the tables choose, and the score it keeps: TB_WIN_SCORE,
+// -TB_WIN_SCORE, or 0 for a draw (also when the fifty-move rule spoils the
+// result).
+struct TbRootMove {
+    Move move = NULL_MOVE;
+    int score = 0;
+};
 
 // Tables of `path` (directories separated by ':'), else the embedded tables
 // written to the cache. True when some table is usable afterwards;
@@ -18,11 +24,11 @@ struct SearchResult;
 bool syzygy_init(const std::string& path);
 
 // Win/draw/loss score of a position just reached by a capture or pawn move:
-// 20000 - ply for a win, ply - 20000 for a loss, 0 otherwise (a win or loss
-// that the fifty-move rule spoils counts as a draw).
+// TB_WIN_SCORE - ply for a win, ply - TB_WIN_SCORE for a loss, 0 otherwise
+// (a win or loss that the fifty-move rule spoils counts as a draw).
 bool syzygy_probe_search(const Board& board, int ply, int& score);
 
 // The move the tables rank best at the root, with its score.
-bool syzygy_root_probe(Board& board, SearchResult& result);
+bool syzygy_root_probe(Board& board, TbRootMove& result);
 
 }  // namespace morvane

@@ -13,6 +13,8 @@ void cmd_setoption(std::istringstream& rest);
 void cmd_go(Board& board, std::istringstream& rest);
 void print_options(std::ostream& out);
 void print_board(const Board& board, std::ostream& out);
+// "go perft": the count below each root move, then the total.
+void cmd_go_perft(Board& board, int depth);
 
 struct SearchLimits;
 struct SearchResult;

@@ -9,6 +9,7 @@
 #include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
+#include "search/time_manager.h"
 #include "uci/commands.h"
 #include "uci/uci_loop.h"
 

@@ -1,4 +1,6 @@
+#include <cstdint>
 #include <iostream>
+#include <stdexcept>
 
 #include "config/check_options.h"
 #include "config/config_loader.h"
@@ -34,6 +36,19 @@ bool set_check_option(const std::string& name, const std::string& value) {
         return true;
     }
     return false;
+}
+
+// A size in megabytes; the table clamps it to 1..2048. Text that is no
+// 32-bit number is reported and leaves the table as it is.
+void set_hash_option(const std::string& value) {
+    try {
+        std::size_t used = 0;
+        const long long mb = std::stoll(value, &used, 10);
+        if (mb < INT32_MIN || mb > INT32_MAX) throw std::out_of_range("Hash");
+        g_tt.resize_mb(static_cast<int>(mb));
+    } catch (const std::exception&) {
+        std::cerr << "info string valeur Hash invalide: " << value << std::endl;
+    }
 }
 
 void set_config_path(const std::string& value) {

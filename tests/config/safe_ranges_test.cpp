@@ -5,6 +5,7 @@
 #include "config/safe_ranges.h"
 #include "eval/evaluate.h"
 #include "search/search.h"
+#include "search/time_manager.h"
 #include "search/tt.h"
 #include "support/capture.h"
 #include "support/test_positions.h"

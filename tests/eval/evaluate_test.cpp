@@ -2,7 +2,7 @@
 
 #include "config/engine_config.h"
 #include "eval/evaluate.h"
-#include "search/see.h"
+#include "eval/see.h"
 #include "support/mirror.h"
 #include "support/test_positions.h"
 

@@ -38,28 +38,6 @@ TEST(Perft, ShallowCountsOfTheStandardPositions) {
     }
 }
 
-TEST(Perft, DividedOutputFormat) {
-    Board board;
-    std::ostringstream captured;
-    auto* old = std::cout.rdbuf(captured.rdbuf());
-    cmd_go_perft(board, 1);
-    cmd_go_perft(board, 0);
-    cmd_go_perft(board, 3);
-    std::cout.rdbuf(old);
-    const std::string out = captured.str();
-    EXPECT_EQ(out.find("b1a3: 1\n"), 0u);
-    EXPECT_NE(out.find("\nNodes searched: 20\n"), std::string::npos);
-    EXPECT_NE(out.find("\nNodes searched: 8902\n"), std::string::npos);
-    EXPECT_NE(out.find("e2e4: 600\n"), std::string::npos);
-
-    board.set_fen("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");  // stalemate
-    captured.str("");
-    old = std::cout.rdbuf(captured.rdbuf());
-    cmd_go_perft(board, 2);
-    std::cout.rdbuf(old);
-    EXPECT_EQ(captured.str(), "\nNodes searched: 0\n");
-}
-
 TEST(MoveGen, GenerationOrderPutsPiecesBeforePawnsBeforeKing) {
     Board board;
     const auto moves = legal_texts(board, false);

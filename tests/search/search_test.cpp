@@ -1,10 +1,13 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "config/engine_config.h"
 #include "core/notation.h"
 #include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
+#include "search/time_manager.h"
 #include "search/tt.h"
 #include "support/test_positions.h"
 
@@ -86,27 +89,57 @@ TEST_F(SearchTest, MatedAndStalematedRoots) {
 }
 
 TEST_F(SearchTest, DrawRules) {
-    std::uint64_t nodes = 0;
-    SearchContext& ctx = *new SearchContext();
-    ctx.reset();
+    auto ctx = std::make_unique<SearchContext>();
+    auto node = [&](int depth) {
+        ctx->reset();
+        return negamax(board, *ctx, 1, depth, -INFINITE_SCORE, INFINITE_SCORE);
+    };
+    auto leaf = [&] {
+        ctx->reset();
+        return quiescence(board, *ctx, 1, -INFINITE_SCORE, INFINITE_SCORE);
+    };
     // Fifty-move rule: 0 in the principal search even in check, while a
     // mate still counts.
     board.set_fen("4k3/8/8/8/8/8/4r3/4K3 w - - 100 80");
-    EXPECT_EQ(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 0);
-    EXPECT_EQ(quiescence(board, -30001, 30001, 1, nodes), 0);
+    EXPECT_EQ(node(3), 0);
+    EXPECT_EQ(leaf(), 0);
     // Bare kings and king + knight: insufficient material.
     board.set_fen("4k3/8/8/8/8/8/8/4KN2 w - - 0 1");
-    EXPECT_EQ(negamax(board, 4, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 0);
-    EXPECT_EQ(quiescence(board, -30001, 30001, 1, nodes), 0);
+    EXPECT_EQ(node(4), 0);
+    EXPECT_EQ(leaf(), 0);
     // A queen up is no draw.
     board.set_fen("4k3/8/8/8/8/8/8/3QK3 w - - 0 1");
-    EXPECT_GT(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 500);
+    EXPECT_GT(node(3), 500);
     // Repetition: back to a position seen two plies earlier scores 0.
     board.set_fen("4k3/8/8/8/8/8/8/3QK3 w - - 0 1");
     for (const char* m : {"d1c2", "e8f8", "c2d1", "f8e8"}) board.do_move(test::find_move(board, m));
-    EXPECT_EQ(negamax(board, 3, -30001, 30001, 1, nodes, ctx, 0, NULL_MOVE, false, NULL_MOVE), 0);
-    EXPECT_EQ(quiescence(board, -30001, 30001, 1, nodes), 0);
-    delete &ctx;
+    EXPECT_EQ(node(3), 0);
+    EXPECT_EQ(leaf(), 0);
+}
+
+// After a search the stack must be as clean as it started: an excluded move
+// or a null-move mark left behind would silently change a sibling's search.
+// The variation it reports must be a playable line.
+TEST_F(SearchTest, SearchStackIsLeftCleanAndItsVariationIsLegal) {
+    auto ctx = std::make_unique<SearchContext>();
+    board.set_fen("r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - 3 9");
+    SearchResult r;
+    // Deepening fills the table, so that singular verifications happen.
+    for (int depth = 1; depth <= 10; ++depth) r = search_root(board, *ctx, depth, -INFINITE_SCORE, INFINITE_SCORE);
+    for (int ply = -SearchContext::STACK_OFFSET; ply < MAX_PLY; ++ply) {
+        EXPECT_EQ(ctx->at(ply).excluded, NULL_MOVE) << ply;
+        EXPECT_FALSE(ctx->at(ply).nullMove) << ply;
+    }
+    for (int ply = -SearchContext::STACK_OFFSET; ply < 0; ++ply) {
+        EXPECT_EQ(ctx->at(ply).move, NULL_MOVE) << ply;
+        EXPECT_EQ(ctx->at(ply).staticEval, NO_EVAL) << ply;
+    }
+    ASSERT_GE(r.pv.size(), 2u);
+    EXPECT_EQ(r.pv[0], r.best_move);
+    for (const Move m : r.pv) {
+        ASSERT_EQ(test::find_move(board, move_to_uci(m)), m);
+        board.do_move(m);
+    }
 }
 
 TEST_F(SearchTest, SameSearchSameNodesAndPinnedSignature) {

@@ -39,17 +39,23 @@ TEST_F(SyzygyUse, HalfMoveClockStopsOnlyTheSearchProbe) {
     b.set_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 1 1");
     int score = 0;
     EXPECT_FALSE(syzygy_probe_search(b, 5, score));
-    SearchResult r;
+    TbRootMove r;
     ASSERT_TRUE(syzygy_root_probe(b, r));
     EXPECT_EQ(r.score, 20000);
-    ASSERT_EQ(r.pv.size(), 1u);
-    EXPECT_EQ(r.pv[0], r.best_move);
+    // The root search plays the tables' move without searching it.
+    SearchLimits limits;
+    limits.depth = 3;
+    const SearchResult searched = iterative_deepening(b, limits, nullptr);
+    EXPECT_EQ(searched.best_move, r.move);
+    EXPECT_EQ(searched.score, 20000);
+    EXPECT_EQ(searched.pv, std::vector<Move>{r.move});
+    EXPECT_EQ(searched.nodes, 0u);
 }
 
 TEST_F(SyzygyUse, RefusedPositions) {
     Board b;
     int score = 0;
-    SearchResult r;
+    TbRootMove r;
     // Six pieces.
     b.set_fen("8/8/8/8/4k3/2p5/1QP5/KR6 w - - 0 1");
     EXPECT_FALSE(syzygy_probe_search(b, 1, score));
@@ -68,9 +74,9 @@ TEST_F(SyzygyUse, RefusedPositions) {
 TEST_F(SyzygyUse, RootMoveEncodesPromotion) {
     Board b;
     b.set_fen("8/1P6/8/8/8/5k2/8/K7 w - - 0 1");
-    SearchResult r;
+    TbRootMove r;
     ASSERT_TRUE(syzygy_root_probe(b, r));
-    EXPECT_EQ(r.best_move, make_move(49, 57, FLAG_PROMOTION, 3));
+    EXPECT_EQ(r.move, make_move(49, 57, FLAG_PROMOTION, 3));
     EXPECT_EQ(r.score, 20000);
 }
 

@@ -91,6 +91,22 @@ TEST(UciLoop, BoardPrintAndNewGame) {
     EXPECT_NE(io.out().find("Nodes searched: 400"), std::string::npos);
 }
 
+TEST(UciLoop, PerftDividesTheCountByRootMove) {
+    Board board;
+    test::CapturedStreams io;
+    run(board, "go perft 1", io);
+    EXPECT_EQ(io.out().find("b1a3: 1\n"), 0u);
+    EXPECT_NE(io.out().find("\nNodes searched: 20\n"), std::string::npos);
+    run(board, "go perft 0", io);
+    EXPECT_NE(io.out().find("\nNodes searched: 20\n"), std::string::npos);
+    run(board, "go perft 3", io);
+    EXPECT_NE(io.out().find("e2e4: 600\n"), std::string::npos);
+    EXPECT_NE(io.out().find("\nNodes searched: 8902\n"), std::string::npos);
+    run(board, "position fen 7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", io);  // stalemate
+    run(board, "go perft 2", io);
+    EXPECT_EQ(io.out(), "\nNodes searched: 0\n");
+}
+
 TEST(UciLoop, SetoptionSwitchesAndConfigPath) {
     Board board;
     test::CapturedStreams io;

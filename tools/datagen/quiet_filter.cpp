@@ -6,12 +6,6 @@
 
 namespace morvane {
 
-namespace {
-
-constexpr int FullWindow = 30001;  // no lazy exit, no cutoff on either side
-
-}  // namespace
-
 bool is_quiet_position(Board& board, Move best) {
     if (board.checkers()) return false;
     if (best == NULL_MOVE || is_capture(board, best) || move_flag(best) == FLAG_PROMOTION) return false;
@@ -20,8 +14,12 @@ bool is_quiet_position(Board& board, Move best) {
     // A search cut short by its node budget leaves the abort flag raised;
     // this one has no budget and must not stop at once.
     g_abort.store(false, std::memory_order_relaxed);
-    std::uint64_t nodes = 0;
-    return quiescence(board, -FullWindow, FullWindow, 0, nodes) == evaluate(board, -FullWindow, FullWindow);
+    static SearchContext ctx;  // large; positions are filtered one at a time
+    ctx.nodes = 0;
+    // The full window leaves the evaluation no lazy exit and the search no
+    // cutoff on either side.
+    const int resolved = quiescence(board, ctx, 0, -INFINITE_SCORE, INFINITE_SCORE);
+    return resolved == evaluate(board, -INFINITE_SCORE, INFINITE_SCORE);
 }
 
 }  // namespace morvane

@@ -1,4 +1,4 @@
-#include "search/see.h"
+#include "eval/see.h"
 
 #include <algorithm>
 
