@@ -34,15 +34,17 @@ Move initial_best_move(Board& board) {
 
 }  // namespace
 
-int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta) {
+int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta,
+                     RootCheckExtension rule) {
     // A single check is extended, unless the checking move loses material
     // by exchange: such a check is seldom worth the extra ply.
-    const bool losingCapture = is_capture(board, move) && see(board, move) < 0;
+    const bool everyCheck = rule == RootCheckExtension::EveryCheckUncounted;
+    const bool losingCapture = !everyCheck && is_capture(board, move) && see(board, move) < 0;
     board.do_move(move);
     const Bitboard checkers = board.checkers();
     const int ext = checkers && !more_than_one(checkers) && !losingCapture ? 1 : 0;
     ctx.at(0).move = move;
-    ctx.at(1).extensions = ext;
+    ctx.at(1).extensions = everyCheck ? 0 : ext;
     const int score = -negamax(board, ctx, 1, depth - 1 + ext, -beta, -alpha);
     board.undo_move();
     return score;

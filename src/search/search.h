@@ -44,10 +44,18 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta,
                          RootScores* rootScores = nullptr);
 
-// One root move searched to depth within (alpha, beta), with the root's own
-// check extension; the score is from the root side's point of view. The
-// context's heuristics are used as they stand.
-int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta);
+// How a checking root move is extended. The root search spares a check by a
+// losing capture the extra ply and counts the ply against the line's
+// extension budget. The test-suite reports score an expected move the way
+// they always have, extending every single check without counting it, so
+// that reports of different versions stay comparable.
+enum class RootCheckExtension { SkipLosingCaptures, EveryCheckUncounted };
+
+// One root move searched to depth within (alpha, beta); the score is from
+// the root side's point of view. The context's heuristics are used as they
+// stand.
+int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int alpha, int beta,
+                     RootCheckExtension rule = RootCheckExtension::SkipLosingCaptures);
 
 // The node at distance ply from the root, to the remaining depth. Its move
 // history (the move that led here, a null move, an excluded move, the

@@ -59,7 +59,8 @@ void rank_expected_move(Board& board, const SearchResult& result, Move expected,
     out.expected_eval_cp = 0;
     if (result.depth > 0) {
         ctx->reset();
-        out.expected_eval_cp = search_root_move(board, *ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE);
+        out.expected_eval_cp = search_root_move(board, *ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE,
+                                                 RootCheckExtension::EveryCheckUncounted);
     }
     out.expected_known = true;
 }
