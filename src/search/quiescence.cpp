@@ -2,7 +2,6 @@
 #include "eval/evaluate.h"
 #include "eval/see.h"
 #include "movegen/movegen.h"
-#include "search/draw_rules.h"
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/time_manager.h"
@@ -13,7 +12,7 @@ int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta) {
     ++ctx.nodes;
     if (g_abort.load(std::memory_order_relaxed) || time_to_stop(ctx.nodes)) return 0;
     if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);  // the board's ply reserve
-    if (is_repetition(board) || board.state().halfmove > 99) return 0;
+    if (board.is_repetition() || board.state().halfmove > 99) return 0;
 
     ScoredMove moves[MAX_MOVES];
     if (!board.checkers()) {
