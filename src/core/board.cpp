@@ -229,6 +229,8 @@ void Board::do_move(Move m) {
     const KeyEntry& oldKeys = keys_[ply_];
     const Square captureSquare = flag == FLAG_EN_PASSANT ? make_square(file_of(to), rank_of(from)) : to;
     const int captured = squares_[captureSquare];
+    assert(moving && piece_color(moving) == us && "a move of the side to move's own piece");
+    assert(piece_type(captured) != KING && "kings are never captured");
     const bool oldEpHashed = ep_is_hashed(old.epSquare, us);
 
     std::uint64_t key = oldKeys.key ^ zSideToMove;
@@ -275,6 +277,7 @@ void Board::do_move(Move m) {
     keys_[ply_].key = key;
     keys_[ply_].pawnKey = pawnKey;
     keys_[ply_].checkersValid = 0;
+    assert(key == compute_key() && pawnKey == compute_pawn_key() && "incremental keys drifted");
 }
 
 void Board::undo_move() {
@@ -299,6 +302,8 @@ void Board::undo_move() {
     if (st.captured) put_piece(st.captured, st.captureSquare);
     side_ = mover;
     --ply_;
+    assert(piece_color(squares_[from]) == mover && (pieces_[mover][piece_type(squares_[from])] & square_bb(from)) &&
+           "the mover's piece is back on its square");
 }
 
 void Board::undo_to(int rootPly) {

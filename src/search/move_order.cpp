@@ -1,3 +1,6 @@
+// Move ordering: the table move first, then captures by their exchange
+// value and capture history, killers, the countermove, and quiet moves by
+// history. Good moves first is what makes the alpha-beta cut-offs happen.
 #include <algorithm>
 
 #include "config/engine_config.h"

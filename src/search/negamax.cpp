@@ -1,4 +1,8 @@
+// The principal search: negamax with a principal-variation window, the
+// transposition table and endgame tables first, then pruning of hopeless
+// or overwhelming nodes, then the moves in order with late-move reductions.
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 #include "config/engine_config.h"
@@ -69,6 +73,8 @@ void record_pv(PlyRecord& node, const PlyRecord& child, Move m) {
 }  // namespace
 
 int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int beta) {
+    assert(ply >= 0 && ply < MAX_PLY && "a node within the search stack");
+    assert(-INFINITE_SCORE <= alpha && alpha < beta && beta <= INFINITE_SCORE && "a non-empty window");
     const EngineConfig& c = g_config;
     ++ctx.nodes;
     if (aborted() || time_to_stop(ctx.nodes)) return 0;

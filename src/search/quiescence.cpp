@@ -1,3 +1,8 @@
+// The quiescence search: past the nominal depth only captures (or, in
+// check, every evasion) are searched, so that the static evaluation is never
+// taken in the middle of an exchange.
+#include <cassert>
+
 #include "config/engine_config.h"
 #include "eval/evaluate.h"
 #include "eval/see.h"
@@ -9,6 +14,8 @@
 namespace morvane {
 
 int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta) {
+    assert(ply >= 0 && ply < MAX_PLY && "a node within the search stack");
+    assert(-INFINITE_SCORE <= alpha && alpha < beta && beta <= INFINITE_SCORE && "a non-empty window");
     ++ctx.nodes;
     if (g_abort.load(std::memory_order_relaxed) || time_to_stop(ctx.nodes)) return 0;
     if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);  // the board's ply reserve
