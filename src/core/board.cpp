@@ -62,7 +62,7 @@ int piece_code_of(char ch) {
 
 }  // namespace
 
-Board::Board() : pieces_{}, byColor_{}, occupied_(0), squares_{}, side_(WHITE), ply_(0), states_{}, keys_{} {
+Board::Board() : placement_{}, ply_(0), states_{}, keys_{} {
     assert(zobristInit && attacksInit && "init_zobrist and init_attacks belong to start-up");
     set_fen(StartFen);
 }
@@ -70,53 +70,53 @@ Board::Board() : pieces_{}, byColor_{}, occupied_(0), squares_{}, side_(WHITE), 
 void Board::put_piece(int code, Square s) {
     Bitboard b = square_bb(s);
     Color c = piece_color(code);
-    pieces_[c][piece_type(code)] |= b;
-    byColor_[c] |= b;
-    occupied_ |= b;
-    squares_[s] = code;
+    placement_.pieces[c][piece_type(code)] |= b;
+    placement_.byColor[c] |= b;
+    placement_.occupied |= b;
+    placement_.squares[s] = code;
 }
 
 void Board::remove_piece(Square s) {
-    int code = squares_[s];
+    int code = piece_on(s);
     Bitboard b = ~square_bb(s);
     Color c = piece_color(code);
-    pieces_[c][piece_type(code)] &= b;
-    byColor_[c] &= b;
-    occupied_ &= b;
-    squares_[s] = 0;
+    placement_.pieces[c][piece_type(code)] &= b;
+    placement_.byColor[c] &= b;
+    placement_.occupied &= b;
+    placement_.squares[s] = 0;
 }
 
 void Board::move_piece(Square from, Square to) {
-    if (squares_[to]) remove_piece(to);
-    int code = squares_[from];
+    if (piece_on(to)) remove_piece(to);
+    int code = piece_on(from);
     Bitboard fromTo = square_bb(from) | square_bb(to);
     Color c = piece_color(code);
-    pieces_[c][piece_type(code)] ^= fromTo;
-    byColor_[c] ^= fromTo;
-    occupied_ ^= fromTo;
-    squares_[from] = 0;
-    squares_[to] = code;
+    placement_.pieces[c][piece_type(code)] ^= fromTo;
+    placement_.byColor[c] ^= fromTo;
+    placement_.occupied ^= fromTo;
+    placement_.squares[from] = 0;
+    placement_.squares[to] = code;
 }
 
 bool Board::ep_is_hashed(Square ep, Color mover) const {
-    return ep != NO_SQUARE && (pawnAtt[mover ^ 1][ep] & pieces_[mover][PAWN]);
+    return ep != NO_SQUARE && (pawnAtt[mover ^ 1][ep] & pieces(mover, PAWN));
 }
 
 std::uint64_t Board::compute_key() const {
     std::uint64_t k = 0;
     for (Square s = 0; s < 64; ++s)
-        if (squares_[s]) k ^= zPieceSquare[squares_[s]][s];
-    if (side_ == BLACK) k ^= zSideToMove;
+        if (piece_on(s)) k ^= zPieceSquare[piece_on(s)][s];
+    if (side_to_move() == BLACK) k ^= zSideToMove;
     k ^= zCastling[states_[ply_].castling & 15];
     Square ep = states_[ply_].epSquare;
-    if (ep_is_hashed(ep, side_)) k ^= zEnPassantFile[file_of(ep)];
+    if (ep_is_hashed(ep, side_to_move())) k ^= zEnPassantFile[file_of(ep)];
     return k;
 }
 
 std::uint64_t Board::compute_pawn_key() const {
     std::uint64_t k = 0;
     for (Color c : {WHITE, BLACK})
-        for (Bitboard b = pieces_[c][PAWN]; b;) {
+        for (Bitboard b = pieces(c, PAWN); b;) {
             Square s = pop_lsb(b);
             k ^= zPieceSquare[make_piece(c, PAWN)][s];
         }
@@ -124,11 +124,7 @@ std::uint64_t Board::compute_pawn_key() const {
 }
 
 void Board::set_fen(const std::string& fenText) {
-    for (auto& row : pieces_)
-        for (auto& b : row) b = 0;
-    byColor_[WHITE] = byColor_[BLACK] = occupied_ = 0;
-    for (auto& sq : squares_) sq = 0;
-    side_ = WHITE;
+    placement_ = Placement{};  // an empty board, White to move
     ply_ = 0;
     droppedPlies_ = 0;
     keys_[0] = KeyEntry{};
@@ -166,7 +162,7 @@ void Board::set_fen(const std::string& fenText) {
         }
     }
 
-    side_ = sideField == "b" ? BLACK : WHITE;
+    placement_.side = sideField == "b" ? BLACK : WHITE;
 
     int castling = 0;
     for (char ch : castlingField) {
@@ -195,7 +191,7 @@ std::string Board::fen() const {
     for (int rank = 7; rank >= 0; --rank) {
         int empty = 0;
         for (int file = 0; file < 8; ++file) {
-            int code = squares_[make_square(file, rank)];
+            int code = piece_on(make_square(file, rank));
             if (!code) {
                 ++empty;
                 continue;
@@ -207,7 +203,7 @@ std::string Board::fen() const {
         if (empty) out += static_cast<char>('0' + empty);
         if (rank) out += '/';
     }
-    out += side_ == WHITE ? " w " : " b ";
+    out += side_to_move() == WHITE ? " w " : " b ";
     const StateEntry& st = states_[ply_];
     std::string rights;
     if (st.castling & WHITE_OO) rights += 'K';
@@ -223,12 +219,12 @@ void Board::do_move(Move m) {
     if (ply_ >= MAX_GAME_PLY - 1) throw std::runtime_error("MAX_GAME_PLY dépassé");
     const Square from = move_from(m), to = move_to(m);
     const int flag = move_flag(m);
-    const int moving = squares_[from];
-    const Color us = side_;
+    const int moving = piece_on(from);
+    const Color us = side_to_move();
     const StateEntry& old = states_[ply_];
     const KeyEntry& oldKeys = keys_[ply_];
     const Square captureSquare = flag == FLAG_EN_PASSANT ? make_square(file_of(to), rank_of(from)) : to;
-    const int captured = squares_[captureSquare];
+    const int captured = piece_on(captureSquare);
     assert(moving && piece_color(moving) == us && "a move of the side to move's own piece");
     assert(piece_type(captured) != KING && "kings are never captured");
     const bool oldEpHashed = ep_is_hashed(old.epSquare, us);
@@ -272,8 +268,8 @@ void Board::do_move(Move m) {
 
     ++ply_;
     states_[ply_] = StateEntry{m, captured, captureSquare, castling, ep, static_cast<std::uint16_t>(halfmove)};
-    side_ = us ^ 1;
-    if (ep_is_hashed(ep, side_)) key ^= zEnPassantFile[file_of(ep)];
+    placement_.side = us ^ 1;
+    if (ep_is_hashed(ep, side_to_move())) key ^= zEnPassantFile[file_of(ep)];
     keys_[ply_].key = key;
     keys_[ply_].pawnKey = pawnKey;
     keys_[ply_].checkersValid = 0;
@@ -285,7 +281,7 @@ void Board::undo_move() {
     const StateEntry& st = states_[ply_];
     const Move m = st.move;
     const Square from = move_from(m), to = move_to(m);
-    const Color mover = side_ ^ 1;
+    const Color mover = side_to_move() ^ 1;
     switch (move_flag(m)) {
         case FLAG_CASTLING: {
             move_piece(to, from);
@@ -300,9 +296,9 @@ void Board::undo_move() {
         default: move_piece(to, from);
     }
     if (st.captured) put_piece(st.captured, st.captureSquare);
-    side_ = mover;
+    placement_.side = mover;
     --ply_;
-    assert(piece_color(squares_[from]) == mover && (pieces_[mover][piece_type(squares_[from])] & square_bb(from)) &&
+    assert(piece_color(piece_on(from)) == mover && (pieces(mover, piece_type(piece_on(from))) & square_bb(from)) &&
            "the mover's piece is back on its square");
 }
 
@@ -327,15 +323,15 @@ void Board::do_null_move() {
     const StateEntry& old = states_[ply_];
     states_[ply_ + 1] = StateEntry{0, 0, NO_SQUARE, old.castling, NO_SQUARE, old.halfmove};
     std::uint64_t key = keys_[ply_].key ^ zSideToMove;
-    if (ep_is_hashed(old.epSquare, side_)) key ^= zEnPassantFile[file_of(old.epSquare)];
+    if (ep_is_hashed(old.epSquare, side_to_move())) key ^= zEnPassantFile[file_of(old.epSquare)];
     keys_[ply_ + 1] = KeyEntry{key, keys_[ply_].pawnKey, 0, 0};
     ++ply_;
-    side_ ^= 1;
+    placement_.side ^= 1;
 }
 
 void Board::undo_null_move() {
     if (ply_ == 0) throw std::runtime_error("undo_null_move sur la position racine");
-    side_ ^= 1;
+    placement_.side ^= 1;
     --ply_;
 }
 
@@ -349,24 +345,10 @@ void Board::remove_en_passant() {
     keys_[ply_].key = compute_key();
 }
 
-PositionSnapshot Board::snapshot() const {
-    PositionSnapshot s{};
-    std::copy(&pieces_[0][0], &pieces_[0][0] + 14, &s.pieces[0][0]);
-    std::copy(byColor_, byColor_ + 2, s.byColor);
-    s.occupied = occupied_;
-    std::copy(squares_, squares_ + 64, s.squares);
-    s.side = side_;
-    s.state = states_[ply_];
-    s.keys = keys_[ply_];
-    return s;
-}
+PositionSnapshot Board::snapshot() const { return {placement_, states_[ply_], keys_[ply_]}; }
 
 void Board::restore(const PositionSnapshot& s) {
-    std::copy(&s.pieces[0][0], &s.pieces[0][0] + 14, &pieces_[0][0]);
-    std::copy(s.byColor, s.byColor + 2, byColor_);
-    occupied_ = s.occupied;
-    std::copy(s.squares, s.squares + 64, squares_);
-    side_ = s.side;
+    placement_ = s.placement;
     ply_ = 0;
     droppedPlies_ = 0;
     states_[0] = s.state;
@@ -374,16 +356,16 @@ void Board::restore(const PositionSnapshot& s) {
 }
 
 Bitboard Board::pinned(Color c) const {
-    Bitboard king = pieces_[c][KING];
+    Bitboard king = pieces(c, KING);
     if (!king) return 0;
     Square k = lsb(king);
     Color them = c ^ 1;
-    Bitboard snipers = (rook_attacks_empty(k) & (pieces_[them][ROOK] | pieces_[them][QUEEN])) |
-                       (bishop_attacks_empty(k) & (pieces_[them][BISHOP] | pieces_[them][QUEEN]));
+    Bitboard snipers = (rook_attacks_empty(k) & (pieces(them, ROOK) | pieces(them, QUEEN))) |
+                       (bishop_attacks_empty(k) & (pieces(them, BISHOP) | pieces(them, QUEEN)));
     Bitboard result = 0;
     while (snipers) {
-        Bitboard between = squares_between(k, pop_lsb(snipers)) & occupied_;
-        if (between && !more_than_one(between) && (between & byColor_[c])) result |= between;
+        Bitboard between = squares_between(k, pop_lsb(snipers)) & occupied();
+        if (between && !more_than_one(between) && (between & pieces(c))) result |= between;
     }
     return result;
 }
@@ -391,9 +373,9 @@ Bitboard Board::pinned(Color c) const {
 bool Board::is_insufficient_material() const {
     constexpr Bitboard DarkSquares = 0xAA55AA55AA55AA55ULL;
     for (Color c : {WHITE, BLACK}) {
-        if (pieces_[c][PAWN] | pieces_[c][ROOK] | pieces_[c][QUEEN]) return false;
-        int knights = popcount(pieces_[c][KNIGHT]);
-        Bitboard bishops = pieces_[c][BISHOP];
+        if (pieces(c, PAWN) | pieces(c, ROOK) | pieces(c, QUEEN)) return false;
+        int knights = popcount(pieces(c, KNIGHT));
+        Bitboard bishops = pieces(c, BISHOP);
         int minors = knights + popcount(bishops);
         if (minors <= 1 || (knights == 2 && !bishops)) continue;
         if (!knights && (!(bishops & DarkSquares) || !(bishops & ~DarkSquares))) continue;

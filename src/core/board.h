@@ -39,14 +39,20 @@ struct KeyEntry {
     mutable std::uint8_t checkersValid;
 };
 
-// The current position without its history: what evaluation and move
-// generation read. Restoring one is far cheaper than parsing a FEN.
-struct PositionSnapshot {
+// Where the pieces stand, as bitboards and as a square array kept in step,
+// and whose move it is.
+struct Placement {
     Bitboard pieces[2][7];
     Bitboard byColor[2];
     Bitboard occupied;
     std::int32_t squares[64];
     Color side;
+};
+
+// The current position without its history: what evaluation and move
+// generation read. Restoring one is far cheaper than parsing a FEN.
+struct PositionSnapshot {
+    Placement placement;
     StateEntry state;
     KeyEntry keys;
 };
@@ -74,12 +80,12 @@ public:
     // what matters within fixed-size tables.
     void keep_recent_history(int keep);
 
-    Bitboard pieces(Color c, int type) const { return pieces_[c][type]; }
-    Bitboard pieces(Color c) const { return byColor_[c]; }
-    Bitboard occupied() const { return occupied_; }
-    int piece_on(Square s) const { return squares_[s]; }
-    Color side_to_move() const { return side_; }
-    Square king_square(Color c) const { return pieces_[c][KING] ? lsb(pieces_[c][KING]) : NO_SQUARE; }
+    Bitboard pieces(Color c, int type) const { return placement_.pieces[c][type]; }
+    Bitboard pieces(Color c) const { return placement_.byColor[c]; }
+    Bitboard occupied() const { return placement_.occupied; }
+    int piece_on(Square s) const { return placement_.squares[s]; }
+    Color side_to_move() const { return placement_.side; }
+    Square king_square(Color c) const { return pieces(c, KING) ? lsb(pieces(c, KING)) : NO_SQUARE; }
 
     // Index of the current entry in the history stacks; 0 is the position
     // set by set_fen (or the oldest one kept).
@@ -91,20 +97,19 @@ public:
     std::uint64_t pawn_key() const { return keys_[ply_].pawnKey; }
 
     Bitboard attackers_to(Square s, Bitboard occ) const {
-        return (knightAtt[s] & (pieces_[WHITE][KNIGHT] | pieces_[BLACK][KNIGHT])) |
-               (kingAtt[s] & (pieces_[WHITE][KING] | pieces_[BLACK][KING])) |
-               (pawnAtt[WHITE][s] & pieces_[BLACK][PAWN]) | (pawnAtt[BLACK][s] & pieces_[WHITE][PAWN]) |
-               (bishop_attacks(s, occ) & (pieces_[WHITE][BISHOP] | pieces_[BLACK][BISHOP] |
-                                          pieces_[WHITE][QUEEN] | pieces_[BLACK][QUEEN])) |
-               (rook_attacks(s, occ) & (pieces_[WHITE][ROOK] | pieces_[BLACK][ROOK] |
-                                        pieces_[WHITE][QUEEN] | pieces_[BLACK][QUEEN]));
+        const Bitboard queens = pieces(WHITE, QUEEN) | pieces(BLACK, QUEEN);
+        return (knightAtt[s] & (pieces(WHITE, KNIGHT) | pieces(BLACK, KNIGHT))) |
+               (kingAtt[s] & (pieces(WHITE, KING) | pieces(BLACK, KING))) |
+               (pawnAtt[WHITE][s] & pieces(BLACK, PAWN)) | (pawnAtt[BLACK][s] & pieces(WHITE, PAWN)) |
+               (bishop_attacks(s, occ) & (pieces(WHITE, BISHOP) | pieces(BLACK, BISHOP) | queens)) |
+               (rook_attacks(s, occ) & (pieces(WHITE, ROOK) | pieces(BLACK, ROOK) | queens));
     }
 
     Bitboard checkers() const {
         const KeyEntry& k = keys_[ply_];
         if (k.checkersValid) return k.checkers;
-        const Bitboard king = pieces_[side_][KING];
-        k.checkers = king ? attackers_to(lsb(king), occupied_) & byColor_[side_ ^ 1] : 0;
+        const Square king = king_square(side_to_move());
+        k.checkers = king != NO_SQUARE ? attackers_to(king, occupied()) & pieces(side_to_move() ^ 1) : 0;
         k.checkersValid = 1;
         return k.checkers;
     }
@@ -147,11 +152,7 @@ private:
     void move_piece(Square from, Square to);
     bool ep_is_hashed(Square ep, Color mover) const;
 
-    Bitboard pieces_[2][7];
-    Bitboard byColor_[2];
-    Bitboard occupied_;
-    std::int32_t squares_[64];
-    Color side_;
+    Placement placement_;
     int ply_;
     StateEntry states_[MAX_GAME_PLY];
     KeyEntry keys_[MAX_GAME_PLY];
