@@ -10,7 +10,9 @@
 #include <iostream>
 #include <string>
 
+#include "core/attacks.h"
 #include "core/notation.h"
+#include "core/zobrist.h"
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/tt.h"
@@ -77,6 +79,8 @@ int report_overruns(int movetimeMs) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    init_zobrist();
+    init_attacks();
     if (argc > 1 && std::string(argv[1]) == "overrun") return report_overruns(argc > 2 ? std::atoi(argv[2]) : 100);
     const int depth = argc > 1 ? std::atoi(argv[1]) : 10;
     Board board;

@@ -5,6 +5,8 @@
 #include <cstring>
 #include <iostream>
 
+#include "core/attacks.h"
+#include "core/zobrist.h"
 #include "movegen/movegen.h"
 
 using namespace morvane;
@@ -29,6 +31,8 @@ constexpr PerftCase Cases[] = {
 }  // namespace
 
 int main(int argc, char** argv) {
+    init_zobrist();
+    init_attacks();
     const bool quick = argc > 1 && std::strcmp(argv[1], "quick") == 0;
     Board board;
     std::uint64_t totalNodes = 0;

@@ -19,7 +19,9 @@
 #include <vector>
 
 #include "config/engine_config.h"
+#include "core/attacks.h"
 #include "core/notation.h"
+#include "core/zobrist.h"
 #include "movegen/movegen.h"
 
 #define MORVANE_EXE ""
@@ -70,7 +72,7 @@ std::string random_game(std::mt19937_64& rng, int maxPlies) {
         if (n == 0) break;
         const Move m = list[rng() % n].move;
         moves += ' ' + move_to_uci(m);
-        if (board->ply >= MAX_ROOT_PLY) board->keep_recent_history(std::min<int>(board->state().halfmove, 100));
+        if (board->ply() >= MAX_ROOT_PLY) board->keep_recent_history(std::min<int>(board->state().halfmove, 100));
         board->do_move(m);
     }
     return moves;
@@ -153,6 +155,8 @@ std::string random_line(std::mt19937_64& rng, const std::vector<std::string>& co
 }  // namespace
 
 int main(int argc, char** argv) {
+    init_zobrist();
+    init_attacks();
     if (argc < 2) {
         std::cerr << "Usage: uci_fuzz <engine> [rounds] [seed]\n";
         return 1;

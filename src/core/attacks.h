@@ -1,5 +1,5 @@
 // Precomputed attack sets: leaper tables and magic-bitboard slider tables.
-// Filled once on the first Board construction, read-only afterwards.
+// Filled once at start-up (init_attacks), read-only afterwards.
 #pragma once
 
 #include <string>

@@ -1,15 +1,13 @@
 #include "core/board.h"
 
 #include <algorithm>
+#include <cassert>
 #include <sstream>
 #include <stdexcept>
 
 #include "core/zobrist.h"
 
 namespace morvane {
-
-std::uint64_t g_checkersCalls = 0;
-std::uint64_t g_checkersComputed = 0;
 
 namespace {
 
@@ -64,63 +62,61 @@ int piece_code_of(char ch) {
 
 }  // namespace
 
-Board::Board() : pieces{}, byColor{}, occupied(0), squares{}, side(WHITE), ply(0), states{}, keys{},
-                 pawnTable(4096), pawnMask(4095) {
-    init_zobrist();
-    init_attacks();
+Board::Board() : placement_{}, ply_(0), states_{}, keys_{} {
+    assert(zobristInit && attacksInit && "init_zobrist and init_attacks belong to start-up");
     set_fen(StartFen);
 }
 
 void Board::put_piece(int code, Square s) {
     Bitboard b = square_bb(s);
     Color c = piece_color(code);
-    pieces[c][piece_type(code)] |= b;
-    byColor[c] |= b;
-    occupied |= b;
-    squares[s] = code;
+    placement_.pieces[c][piece_type(code)] |= b;
+    placement_.byColor[c] |= b;
+    placement_.occupied |= b;
+    placement_.squares[s] = code;
 }
 
 void Board::remove_piece(Square s) {
-    int code = squares[s];
+    int code = piece_on(s);
     Bitboard b = ~square_bb(s);
     Color c = piece_color(code);
-    pieces[c][piece_type(code)] &= b;
-    byColor[c] &= b;
-    occupied &= b;
-    squares[s] = 0;
+    placement_.pieces[c][piece_type(code)] &= b;
+    placement_.byColor[c] &= b;
+    placement_.occupied &= b;
+    placement_.squares[s] = 0;
 }
 
 void Board::move_piece(Square from, Square to) {
-    if (squares[to]) remove_piece(to);
-    int code = squares[from];
+    if (piece_on(to)) remove_piece(to);
+    int code = piece_on(from);
     Bitboard fromTo = square_bb(from) | square_bb(to);
     Color c = piece_color(code);
-    pieces[c][piece_type(code)] ^= fromTo;
-    byColor[c] ^= fromTo;
-    occupied ^= fromTo;
-    squares[from] = 0;
-    squares[to] = code;
+    placement_.pieces[c][piece_type(code)] ^= fromTo;
+    placement_.byColor[c] ^= fromTo;
+    placement_.occupied ^= fromTo;
+    placement_.squares[from] = 0;
+    placement_.squares[to] = code;
 }
 
 bool Board::ep_is_hashed(Square ep, Color mover) const {
-    return ep != NO_SQUARE && (pawnAtt[mover ^ 1][ep] & pieces[mover][PAWN]);
+    return ep != NO_SQUARE && (pawnAtt[mover ^ 1][ep] & pieces(mover, PAWN));
 }
 
 std::uint64_t Board::compute_key() const {
     std::uint64_t k = 0;
     for (Square s = 0; s < 64; ++s)
-        if (squares[s]) k ^= zPieceSquare[squares[s]][s];
-    if (side == BLACK) k ^= zSideToMove;
-    k ^= zCastling[states[ply].castling & 15];
-    Square ep = states[ply].epSquare;
-    if (ep_is_hashed(ep, side)) k ^= zEnPassantFile[file_of(ep)];
+        if (piece_on(s)) k ^= zPieceSquare[piece_on(s)][s];
+    if (side_to_move() == BLACK) k ^= zSideToMove;
+    k ^= zCastling[states_[ply_].castling & 15];
+    Square ep = states_[ply_].epSquare;
+    if (ep_is_hashed(ep, side_to_move())) k ^= zEnPassantFile[file_of(ep)];
     return k;
 }
 
 std::uint64_t Board::compute_pawn_key() const {
     std::uint64_t k = 0;
     for (Color c : {WHITE, BLACK})
-        for (Bitboard b = pieces[c][PAWN]; b;) {
+        for (Bitboard b = pieces(c, PAWN); b;) {
             Square s = pop_lsb(b);
             k ^= zPieceSquare[make_piece(c, PAWN)][s];
         }
@@ -128,15 +124,11 @@ std::uint64_t Board::compute_pawn_key() const {
 }
 
 void Board::set_fen(const std::string& fenText) {
-    for (auto& row : pieces)
-        for (auto& b : row) b = 0;
-    byColor[WHITE] = byColor[BLACK] = occupied = 0;
-    for (auto& sq : squares) sq = 0;
-    side = WHITE;
-    ply = 0;
-    droppedPlies = 0;
-    keys[0] = KeyEntry{};
-    states[0] = StateEntry{0, 0, NO_SQUARE, 0, NO_SQUARE, 0};
+    placement_ = Placement{};  // an empty board, White to move
+    ply_ = 0;
+    droppedPlies_ = 0;
+    keys_[0] = KeyEntry{};
+    states_[0] = StateEntry{0, 0, NO_SQUARE, 0, NO_SQUARE, 0};
 
     std::istringstream in(fenText);
     std::string placement, sideField, castlingField, epField;
@@ -161,8 +153,8 @@ void Board::set_fen(const std::string& fenText) {
             if (problem) {
                 // The pieces placed so far stay, with keys that match them,
                 // so that the board is consistent for whatever reads it next.
-                keys[0].key = compute_key();
-                keys[0].pawnKey = compute_pawn_key();
+                keys_[0].key = compute_key();
+                keys_[0].pawnKey = compute_pawn_key();
                 throw std::runtime_error(problem);
             }
             put_piece(code, make_square(file, rank));
@@ -170,7 +162,7 @@ void Board::set_fen(const std::string& fenText) {
         }
     }
 
-    side = sideField == "b" ? BLACK : WHITE;
+    placement_.side = sideField == "b" ? BLACK : WHITE;
 
     int castling = 0;
     for (char ch : castlingField) {
@@ -179,19 +171,19 @@ void Board::set_fen(const std::string& fenText) {
         else if (ch == 'k') castling |= BLACK_OO;
         else if (ch == 'q') castling |= BLACK_OOO;
     }
-    states[0].castling = static_cast<std::uint8_t>(castling);
+    states_[0].castling = static_cast<std::uint8_t>(castling);
 
     Square ep = NO_SQUARE;
     if (epField.size() == 2 && epField[0] >= 'a' && epField[0] <= 'h' && epField[1] >= '1' && epField[1] <= '8')
         ep = make_square(epField[0] - 'a', epField[1] - '1');
-    states[0].epSquare = ep;
+    states_[0].epSquare = ep;
     // Past a hundred plies the fifty-move rule has long applied; the cap
     // keeps the 16-bit counter from wrapping however long the game goes on.
-    states[0].halfmove = static_cast<std::uint16_t>(std::clamp(halfmove, 0, MAX_FEN_HALFMOVE));
+    states_[0].halfmove = static_cast<std::uint16_t>(std::clamp(halfmove, 0, MAX_FEN_HALFMOVE));
 
-    keys[0].key = compute_key();
-    keys[0].pawnKey = compute_pawn_key();
-    keys[0].checkersValid = 0;
+    keys_[0].key = compute_key();
+    keys_[0].pawnKey = compute_pawn_key();
+    keys_[0].checkersValid = 0;
 }
 
 std::string Board::fen() const {
@@ -199,7 +191,7 @@ std::string Board::fen() const {
     for (int rank = 7; rank >= 0; --rank) {
         int empty = 0;
         for (int file = 0; file < 8; ++file) {
-            int code = squares[make_square(file, rank)];
+            int code = piece_on(make_square(file, rank));
             if (!code) {
                 ++empty;
                 continue;
@@ -211,8 +203,8 @@ std::string Board::fen() const {
         if (empty) out += static_cast<char>('0' + empty);
         if (rank) out += '/';
     }
-    out += side == WHITE ? " w " : " b ";
-    const StateEntry& st = states[ply];
+    out += side_to_move() == WHITE ? " w " : " b ";
+    const StateEntry& st = states_[ply_];
     std::string rights;
     if (st.castling & WHITE_OO) rights += 'K';
     if (st.castling & WHITE_OOO) rights += 'Q';
@@ -224,15 +216,17 @@ std::string Board::fen() const {
 }
 
 void Board::do_move(Move m) {
-    if (ply >= MAX_GAME_PLY - 1) throw std::runtime_error("MAX_GAME_PLY dépassé");
+    if (ply_ >= MAX_GAME_PLY - 1) throw std::runtime_error("MAX_GAME_PLY dépassé");
     const Square from = move_from(m), to = move_to(m);
     const int flag = move_flag(m);
-    const int moving = squares[from];
-    const Color us = side;
-    const StateEntry& old = states[ply];
-    const KeyEntry& oldKeys = keys[ply];
+    const int moving = piece_on(from);
+    const Color us = side_to_move();
+    const StateEntry& old = states_[ply_];
+    const KeyEntry& oldKeys = keys_[ply_];
     const Square captureSquare = flag == FLAG_EN_PASSANT ? make_square(file_of(to), rank_of(from)) : to;
-    const int captured = squares[captureSquare];
+    const int captured = piece_on(captureSquare);
+    assert(moving && piece_color(moving) == us && "a move of the side to move's own piece");
+    assert(piece_type(captured) != KING && "kings are never captured");
     const bool oldEpHashed = ep_is_hashed(old.epSquare, us);
 
     std::uint64_t key = oldKeys.key ^ zSideToMove;
@@ -272,21 +266,22 @@ void Board::do_move(Move m) {
     key ^= zCastling[castling & 15] ^ zCastling[old.castling & 15];
     if (oldEpHashed) key ^= zEnPassantFile[file_of(old.epSquare)];
 
-    ++ply;
-    states[ply] = StateEntry{m, captured, captureSquare, castling, ep, static_cast<std::uint16_t>(halfmove)};
-    side = us ^ 1;
-    if (ep_is_hashed(ep, side)) key ^= zEnPassantFile[file_of(ep)];
-    keys[ply].key = key;
-    keys[ply].pawnKey = pawnKey;
-    keys[ply].checkersValid = 0;
+    ++ply_;
+    states_[ply_] = StateEntry{m, captured, captureSquare, castling, ep, static_cast<std::uint16_t>(halfmove)};
+    placement_.side = us ^ 1;
+    if (ep_is_hashed(ep, side_to_move())) key ^= zEnPassantFile[file_of(ep)];
+    keys_[ply_].key = key;
+    keys_[ply_].pawnKey = pawnKey;
+    keys_[ply_].checkersValid = 0;
+    assert(key == compute_key() && pawnKey == compute_pawn_key() && "incremental keys drifted");
 }
 
 void Board::undo_move() {
-    if (ply == 0) throw std::runtime_error("undo_move sur la position racine");
-    const StateEntry& st = states[ply];
+    if (ply_ == 0) throw std::runtime_error("undo_move sur la position racine");
+    const StateEntry& st = states_[ply_];
     const Move m = st.move;
     const Square from = move_from(m), to = move_to(m);
-    const Color mover = side ^ 1;
+    const Color mover = side_to_move() ^ 1;
     switch (move_flag(m)) {
         case FLAG_CASTLING: {
             move_piece(to, from);
@@ -301,54 +296,76 @@ void Board::undo_move() {
         default: move_piece(to, from);
     }
     if (st.captured) put_piece(st.captured, st.captureSquare);
-    side = mover;
-    --ply;
+    placement_.side = mover;
+    --ply_;
+    assert(piece_color(piece_on(from)) == mover && (pieces(mover, piece_type(piece_on(from))) & square_bb(from)) &&
+           "the mover's piece is back on its square");
 }
 
 void Board::undo_to(int rootPly) {
-    while (ply > rootPly) {
-        if (states[ply].move == NULL_MOVE) undo_null_move();
+    while (ply_ > rootPly) {
+        if (states_[ply_].move == NULL_MOVE) undo_null_move();
         else undo_move();
     }
 }
 
 void Board::keep_recent_history(int keep) {
-    keep = std::clamp(keep, 0, ply);
-    const int first = ply - keep;
-    std::copy(states + first, states + ply + 1, states);
-    std::copy(keys + first, keys + ply + 1, keys);
-    droppedPlies += first;
-    ply = keep;
+    keep = std::clamp(keep, 0, ply_);
+    const int first = ply_ - keep;
+    std::copy(states_ + first, states_ + ply_ + 1, states_);
+    std::copy(keys_ + first, keys_ + ply_ + 1, keys_);
+    droppedPlies_ += first;
+    ply_ = keep;
 }
 
 void Board::do_null_move() {
-    if (ply > MAX_GAME_PLY - 2) throw std::runtime_error("MAX_GAME_PLY dépassé (do_null_move)");
-    const StateEntry& old = states[ply];
-    states[ply + 1] = StateEntry{0, 0, NO_SQUARE, old.castling, NO_SQUARE, old.halfmove};
-    std::uint64_t key = keys[ply].key ^ zSideToMove;
-    if (ep_is_hashed(old.epSquare, side)) key ^= zEnPassantFile[file_of(old.epSquare)];
-    keys[ply + 1] = KeyEntry{key, keys[ply].pawnKey, 0, 0};
-    ++ply;
-    side ^= 1;
+    if (ply_ > MAX_GAME_PLY - 2) throw std::runtime_error("MAX_GAME_PLY dépassé (do_null_move)");
+    const StateEntry& old = states_[ply_];
+    states_[ply_ + 1] = StateEntry{0, 0, NO_SQUARE, old.castling, NO_SQUARE, old.halfmove};
+    std::uint64_t key = keys_[ply_].key ^ zSideToMove;
+    if (ep_is_hashed(old.epSquare, side_to_move())) key ^= zEnPassantFile[file_of(old.epSquare)];
+    keys_[ply_ + 1] = KeyEntry{key, keys_[ply_].pawnKey, 0, 0};
+    ++ply_;
+    placement_.side ^= 1;
 }
 
 void Board::undo_null_move() {
-    if (ply == 0) throw std::runtime_error("undo_null_move sur la position racine");
-    side ^= 1;
-    --ply;
+    if (ply_ == 0) throw std::runtime_error("undo_null_move sur la position racine");
+    placement_.side ^= 1;
+    --ply_;
+}
+
+void Board::remove_castling_rights(int rights) {
+    states_[ply_].castling = static_cast<std::uint8_t>(states_[ply_].castling & ~rights);
+    keys_[ply_].key = compute_key();
+}
+
+void Board::remove_en_passant() {
+    states_[ply_].epSquare = NO_SQUARE;
+    keys_[ply_].key = compute_key();
+}
+
+PositionSnapshot Board::snapshot() const { return {placement_, states_[ply_], keys_[ply_]}; }
+
+void Board::restore(const PositionSnapshot& s) {
+    placement_ = s.placement;
+    ply_ = 0;
+    droppedPlies_ = 0;
+    states_[0] = s.state;
+    keys_[0] = s.keys;
 }
 
 Bitboard Board::pinned(Color c) const {
-    Bitboard king = pieces[c][KING];
+    Bitboard king = pieces(c, KING);
     if (!king) return 0;
     Square k = lsb(king);
     Color them = c ^ 1;
-    Bitboard snipers = (rook_attacks_empty(k) & (pieces[them][ROOK] | pieces[them][QUEEN])) |
-                       (bishop_attacks_empty(k) & (pieces[them][BISHOP] | pieces[them][QUEEN]));
+    Bitboard snipers = (rook_attacks_empty(k) & (pieces(them, ROOK) | pieces(them, QUEEN))) |
+                       (bishop_attacks_empty(k) & (pieces(them, BISHOP) | pieces(them, QUEEN)));
     Bitboard result = 0;
     while (snipers) {
-        Bitboard between = squares_between(k, pop_lsb(snipers)) & occupied;
-        if (between && !more_than_one(between) && (between & byColor[c])) result |= between;
+        Bitboard between = squares_between(k, pop_lsb(snipers)) & occupied();
+        if (between && !more_than_one(between) && (between & pieces(c))) result |= between;
     }
     return result;
 }
@@ -356,9 +373,9 @@ Bitboard Board::pinned(Color c) const {
 bool Board::is_insufficient_material() const {
     constexpr Bitboard DarkSquares = 0xAA55AA55AA55AA55ULL;
     for (Color c : {WHITE, BLACK}) {
-        if (pieces[c][PAWN] | pieces[c][ROOK] | pieces[c][QUEEN]) return false;
-        int knights = popcount(pieces[c][KNIGHT]);
-        Bitboard bishops = pieces[c][BISHOP];
+        if (pieces(c, PAWN) | pieces(c, ROOK) | pieces(c, QUEEN)) return false;
+        int knights = popcount(pieces(c, KNIGHT));
+        Bitboard bishops = pieces(c, BISHOP);
         int minors = knights + popcount(bishops);
         if (minors <= 1 || (knights == 2 && !bishops)) continue;
         if (!knights && (!(bishops & DarkSquares) || !(bishops & ~DarkSquares))) continue;

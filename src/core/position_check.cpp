@@ -8,7 +8,7 @@ namespace {
 
 // The castling rights whose king and rook stand on their home squares.
 int possible_castling_rights(const Board& b) {
-    auto has = [&](int code, Square s) { return b.squares[s] == code; };
+    auto has = [&](int code, Square s) { return b.piece_on(s) == code; };
     const int wk = make_piece(WHITE, KING), bk = make_piece(BLACK, KING);
     const int wr = make_piece(WHITE, ROOK), br = make_piece(BLACK, ROOK);
     int rights = 0;
@@ -33,52 +33,47 @@ std::string castling_letters(int rights) {
 bool en_passant_consistent(const Board& b) {
     const Square ep = b.state().epSquare;
     if (ep == NO_SQUARE) return true;
-    const Color us = b.side;
+    const Color us = b.side_to_move();
     const int expectedRank = us == WHITE ? 5 : 2;
     const Square pawnSquare = us == WHITE ? ep - 8 : ep + 8;
     const Square origin = us == WHITE ? ep + 8 : ep - 8;
-    return rank_of(ep) == expectedRank && b.squares[pawnSquare] == make_piece(us ^ 1, PAWN) && !b.squares[ep] &&
-           !b.squares[origin];
+    return rank_of(ep) == expectedRank && b.piece_on(pawnSquare) == make_piece(us ^ 1, PAWN) && !b.piece_on(ep) &&
+           !b.piece_on(origin);
 }
 
 // Promotions can only replace pawns: this keeps every move list within its
 // fixed capacity.
 bool material_possible(const Board& b, Color c) {
-    const int pawns = popcount(b.pieces[c][PAWN]);
-    int promoted = std::max(popcount(b.pieces[c][QUEEN]) - 1, 0) + std::max(popcount(b.pieces[c][ROOK]) - 2, 0) +
-                   std::max(popcount(b.pieces[c][BISHOP]) - 2, 0) + std::max(popcount(b.pieces[c][KNIGHT]) - 2, 0);
+    const int pawns = popcount(b.pieces(c, PAWN));
+    int promoted = std::max(popcount(b.pieces(c, QUEEN)) - 1, 0) + std::max(popcount(b.pieces(c, ROOK)) - 2, 0) +
+                   std::max(popcount(b.pieces(c, BISHOP)) - 2, 0) + std::max(popcount(b.pieces(c, KNIGHT)) - 2, 0);
     return pawns <= 8 && promoted <= 8 - pawns;
 }
 
 }  // namespace
 
 std::string position_problem(const Board& b) {
-    if (popcount(b.pieces[WHITE][KING]) != 1 || popcount(b.pieces[BLACK][KING]) != 1)
+    if (popcount(b.pieces(WHITE, KING)) != 1 || popcount(b.pieces(BLACK, KING)) != 1)
         return "il faut exactement un roi de chaque couleur";
-    if ((b.pieces[WHITE][PAWN] | b.pieces[BLACK][PAWN]) & (rank_bb(0) | rank_bb(7)))
+    if ((b.pieces(WHITE, PAWN) | b.pieces(BLACK, PAWN)) & (rank_bb(0) | rank_bb(7)))
         return "pion sur la premiere ou la derniere rangee";
     if (!material_possible(b, WHITE) || !material_possible(b, BLACK)) return "materiel impossible";
-    const Color them = b.side ^ 1;
-    if (b.attackers_to(b.king_square(them), b.occupied) & b.byColor[b.side])
+    const Color them = b.side_to_move() ^ 1;
+    if (b.attackers_to(b.king_square(them), b.occupied()) & b.pieces(b.side_to_move()))
         return "le roi du camp qui n'a pas le trait est en echec";
     return {};
 }
 
 std::string drop_impossible_rights(Board& b) {
-    StateEntry& st = b.states[b.ply];
     std::string dropped;
-    if (const int impossible = st.castling & ~possible_castling_rights(b)) {
-        st.castling = static_cast<std::uint8_t>(st.castling & ~impossible);
+    if (const int impossible = b.state().castling & ~possible_castling_rights(b)) {
+        b.remove_castling_rights(impossible);
         dropped = "droits de roque sans roi ou tour a leur place retires (" + castling_letters(impossible) + ")";
     }
     if (!en_passant_consistent(b)) {
         dropped += (dropped.empty() ? "" : ", ") + std::string("case en passant incoherente retiree (") +
-                   square_to_string(st.epSquare) + ")";
-        st.epSquare = NO_SQUARE;
-    }
-    if (!dropped.empty()) {
-        b.keys[b.ply].key = b.compute_key();
-        b.keys[b.ply].checkersValid = 0;
+                   square_to_string(b.state().epSquare) + ")";
+        b.remove_en_passant();
     }
     return dropped;
 }

@@ -4,6 +4,7 @@
 
 #include "config/engine_config.h"
 #include "core/board.h"
+#include "eval/pawn_table.h"
 
 namespace morvane {
 
@@ -33,7 +34,7 @@ struct EvalState {
         mg[c] += mgValue;
         eg[c] += egValue;
     }
-    Bitboard pieces(Color c, int type) const { return board.pieces[c][type]; }
+    Bitboard pieces(Color c, int type) const { return board.pieces(c, type); }
     // Squares attacked by the pieces and pawns of c, its king excluded.
     Bitboard attacks_without_king(Color c) const {
         return pawns->pawnAttacks[c] | attacksByType[c][KNIGHT] | attacksByType[c][BISHOP] |

@@ -6,10 +6,6 @@
 
 namespace morvane {
 
-std::uint64_t g_evalCallCount = 0;
-std::uint64_t g_lazyTier1FireCount = 0;
-std::uint64_t g_lazyTier2FireCount = 0;
-
 namespace {
 
 constexpr int PhaseWeight[7] = {0, 0, 1, 1, 2, 4, 0};
@@ -83,7 +79,7 @@ int blend(int mgDiff, int egDiff, int phase, Color side) {
 }
 
 int blend_now(const EvalState& s) {
-    return blend(s.mg[WHITE] - s.mg[BLACK], s.eg[WHITE] - s.eg[BLACK], s.phase, s.board.side);
+    return blend(s.mg[WHITE] - s.mg[BLACK], s.eg[WHITE] - s.eg[BLACK], s.phase, s.board.side_to_move());
 }
 
 bool outside_window(int score, int alpha, int beta, int margin) {
@@ -94,7 +90,7 @@ bool outside_window(int score, int alpha, int beta, int margin) {
 // ahead has targets to work on everywhere.
 int apply_initiative(const Board& board, int egDiff) {
     constexpr Bitboard QueenSide = 0x0F0F0F0F0F0F0F0FULL;
-    const Bitboard pawns = board.pieces[WHITE][PAWN] | board.pieces[BLACK][PAWN];
+    const Bitboard pawns = board.pieces(WHITE, PAWN) | board.pieces(BLACK, PAWN);
     if (!g_config.initiative_enabled || !(pawns & QueenSide) || !(pawns & ~QueenSide)) return egDiff;
     if (egDiff > 0) return egDiff + g_config.initiative_both_flanks_bonus;
     if (egDiff < 0) return egDiff - g_config.initiative_both_flanks_bonus;
@@ -105,11 +101,11 @@ int apply_initiative(const Board& board, int egDiff) {
 int apply_opposite_bishops(const Board& board, int egDiff) {
     if (!g_config.scale_factor_enabled) return egDiff;
     auto lone_bishop = [&](Color c) {
-        return popcount(board.pieces[c][BISHOP]) == 1 &&
-               !(board.pieces[c][KNIGHT] | board.pieces[c][ROOK] | board.pieces[c][QUEEN]);
+        return popcount(board.pieces(c, BISHOP)) == 1 &&
+               !(board.pieces(c, KNIGHT) | board.pieces(c, ROOK) | board.pieces(c, QUEEN));
     };
     if (!lone_bishop(WHITE) || !lone_bishop(BLACK)) return egDiff;
-    const Square w = lsb(board.pieces[WHITE][BISHOP]), b = lsb(board.pieces[BLACK][BISHOP]);
+    const Square w = lsb(board.pieces(WHITE, BISHOP)), b = lsb(board.pieces(BLACK, BISHOP));
     if (((file_of(w) + rank_of(w)) & 1) == ((file_of(b) + rank_of(b)) & 1)) return egDiff;
     return egDiff * g_config.opposite_bishop_scale_pct / 100;
 }
@@ -117,9 +113,8 @@ int apply_opposite_bishops(const Board& board, int egDiff) {
 }  // namespace
 
 int evaluate(const Board& board, int alpha, int beta) {
-    ++g_evalCallCount;
     const EngineConfig& c = g_config;
-    const int pawnCount = popcount(board.pieces[WHITE][PAWN] | board.pieces[BLACK][PAWN]);
+    const int pawnCount = popcount(board.pieces(WHITE, PAWN) | board.pieces(BLACK, PAWN));
 
     EvalState s(board);
     set_piece_values(s, pawnCount);
@@ -130,10 +125,7 @@ int evaluate(const Board& board, int alpha, int beta) {
         const int partial = blend_now(s);
         const int margin = c.lazy_eval_tier1_margin_min + (24 - s.phase) * c.lazy_eval_tier1_margin_per_missing_phase +
                            (16 - pawnCount) * c.lazy_eval_tier1_margin_per_missing_pawn;
-        if (outside_window(partial, alpha, beta, margin)) {
-            ++g_lazyTier1FireCount;
-            return partial;
-        }
+        if (outside_window(partial, alpha, beta, margin)) return partial;
     }
 
     s.pawns = &probe_pawn_entry(board);
@@ -142,10 +134,7 @@ int evaluate(const Board& board, int alpha, int beta) {
     if (lazy && c.lazy_eval_tier2_enabled) {
         const int partial = blend_now(s);
         const int margin = c.lazy_eval_margin_min + (24 - s.phase) * c.lazy_eval_margin_per_missing_phase;
-        if (outside_window(partial, alpha, beta, margin)) {
-            ++g_lazyTier2FireCount;
-            return partial;
-        }
+        if (outside_window(partial, alpha, beta, margin)) return partial;
     }
 
     apply_mobility(s);
@@ -162,7 +151,7 @@ int evaluate(const Board& board, int alpha, int beta) {
     int egDiff = s.eg[WHITE] - s.eg[BLACK];
     egDiff = apply_initiative(board, egDiff);
     egDiff = apply_opposite_bishops(board, egDiff);
-    return blend(mgDiff, egDiff, s.phase, board.side);
+    return blend(mgDiff, egDiff, s.phase, board.side_to_move());
 }
 
 }  // namespace morvane

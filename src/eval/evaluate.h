@@ -2,8 +2,6 @@
 // point of view, every weight read from g_config at each call.
 #pragma once
 
-#include <cstdint>
-
 #include "core/board.h"
 
 namespace morvane {
@@ -11,12 +9,5 @@ namespace morvane {
 // alpha and beta only enable the lazy exits: a position whose full score
 // lies inside the window is always scored in full.
 int evaluate(const Board& board, int alpha, int beta);
-
-// Diagnostic counters; nothing reads them.
-extern std::uint64_t g_evalCallCount;
-extern std::uint64_t g_lazyTier1FireCount;
-extern std::uint64_t g_lazyTier2FireCount;
-extern std::uint64_t g_pawnEntryCalls;
-extern std::uint64_t g_pawnEntryComputed;
 
 }  // namespace morvane

@@ -123,21 +123,21 @@ void king_danger(EvalState& s, Color us) {
     const int xrayDivisor = std::max(c.king_danger_xray_divisor, 1);
 
     // Squares from which each kind of piece would give check.
-    const Bitboard diagonal = bishop_attacks(k, b.occupied), straight = rook_attacks(k, b.occupied);
+    const Bitboard diagonal = bishop_attacks(k, b.occupied()), straight = rook_attacks(k, b.occupied());
     const Bitboard checkFrom[7] = {0, 0, knightAtt[k], diagonal, straight, diagonal | straight, 0};
-    const Bitboard safe = ~b.byColor[them] & ~s.attackMap[us];
+    const Bitboard safe = ~b.pieces(them) & ~s.attackMap[us];
 
-    int danger = zone_attackers<KNIGHT>(s.pieceAttacks[them][KNIGHT], zone, b.occupied, weight[KNIGHT], xrayDivisor) +
-                 zone_attackers<BISHOP>(s.pieceAttacks[them][BISHOP], zone, b.occupied, weight[BISHOP], xrayDivisor) +
-                 zone_attackers<ROOK>(s.pieceAttacks[them][ROOK], zone, b.occupied, weight[ROOK], xrayDivisor) +
-                 zone_attackers<QUEEN>(s.pieceAttacks[them][QUEEN], zone, b.occupied, weight[QUEEN], xrayDivisor);
+    int danger = zone_attackers<KNIGHT>(s.pieceAttacks[them][KNIGHT], zone, b.occupied(), weight[KNIGHT], xrayDivisor) +
+                 zone_attackers<BISHOP>(s.pieceAttacks[them][BISHOP], zone, b.occupied(), weight[BISHOP], xrayDivisor) +
+                 zone_attackers<ROOK>(s.pieceAttacks[them][ROOK], zone, b.occupied(), weight[ROOK], xrayDivisor) +
+                 zone_attackers<QUEEN>(s.pieceAttacks[them][QUEEN], zone, b.occupied(), weight[QUEEN], xrayDivisor);
     for (int type = KNIGHT; type <= QUEEN; ++type)
         if (checkFrom[type] & s.attacksByType[them][type] & safe) danger += safeCheck[type];
     danger += c.king_danger_deflection_bonus *
               popcount(kingAtt[k] & s.attackMap[them] & ~s.attacks_without_king(us));
 
     if (danger <= 0) return;
-    if (!b.pieces[them][QUEEN]) danger -= percent_of(danger, c.king_danger_no_queen_reduction_pct);
+    if (!b.pieces(them, QUEEN)) danger -= percent_of(danger, c.king_danger_no_queen_reduction_pct);
     s.add(us, -percent_of(danger, c.king_danger_scale_mg_pct), -percent_of(danger, c.king_danger_scale_eg_pct));
 }
 

@@ -46,7 +46,7 @@ Bitboard piece_mobility(EvalState& s, Color us, Bitboard area, Score& sum) {
     int count = 0;
     for (Bitboard b = s.pieces(us, Type); b;) {
         const Square sq = pop_lsb(b);
-        const Bitboard attacks = piece_attacks(Type, sq, s.board.occupied);
+        const Bitboard attacks = piece_attacks(Type, sq, s.board.occupied());
         all |= attacks;
         if (count < 16) {
             recorded.square[count] = sq;
@@ -68,7 +68,7 @@ Bitboard piece_mobility(EvalState& s, Color us, Bitboard area, Score& sum) {
 
 void apply_mobility(EvalState& s) {
     for (Color us : {WHITE, BLACK}) {
-        const Bitboard area = ~(s.board.byColor[us] | s.pawns->pawnAttacks[us ^ 1]);
+        const Bitboard area = ~(s.board.pieces(us) | s.pawns->pawnAttacks[us ^ 1]);
         Score sum;
         Bitboard attacked = s.pawns->pawnAttacks[us];
         if (const Square k = s.board.king_square(us); k != NO_SQUARE) attacked |= kingAtt[k];

@@ -10,8 +10,7 @@
 
 namespace morvane {
 
-std::uint64_t g_pawnEntryCalls = 0;
-std::uint64_t g_pawnEntryComputed = 0;
+PawnTable g_pawnTable;
 
 namespace {
 
@@ -59,7 +58,7 @@ void compute_side(PawnEntry& e, Color c, Bitboard own, Bitboard enemy) {
 }
 
 void compute_entry(PawnEntry& e, const Board& board) {
-    const Bitboard white = board.pieces[WHITE][PAWN], black = board.pieces[BLACK][PAWN];
+    const Bitboard white = board.pieces(WHITE, PAWN), black = board.pieces(BLACK, PAWN);
     compute_side(e, WHITE, white, black);
     compute_side(e, BLACK, black, white);
     for (Color c : {WHITE, BLACK}) {
@@ -74,11 +73,9 @@ void compute_entry(PawnEntry& e, const Board& board) {
 }  // namespace
 
 const PawnEntry& probe_pawn_entry(const Board& board) {
-    ++g_pawnEntryCalls;
     const std::uint64_t key = board.pawn_key();
-    PawnEntry& slot = board.pawnTable[key & board.pawnMask];
+    PawnEntry& slot = g_pawnTable.slot(key);
     if (slot.valid == 1 && slot.key == key) return slot;
-    ++g_pawnEntryComputed;
     slot = PawnEntry{};
     compute_entry(slot, board);
     slot.key = key;
@@ -99,16 +96,16 @@ void apply_pawn_structure(EvalState& s) {
               -(c.isolated_pawn_penalty_eg * isolated + c.doubled_pawn_penalty_eg * doubled +
                 c.doubled_pawn_locked_penalty_eg * locked + c.backward_pawn_penalty_eg * backward));
 
-        const Bitboard heavy = b.pieces[us][ROOK] | b.pieces[us][QUEEN];
+        const Bitboard heavy = b.pieces(us, ROOK) | b.pieces(us, QUEEN);
         const Square ownKing = b.king_square(us), enemyKing = b.king_square(us ^ 1);
         for (Bitboard p = e.passed[us]; p;) {
             const Square sq = pop_lsb(p);
             const int rel = us == WHITE ? rank_of(sq) : 7 - rank_of(sq);
             s.add(us, c.passed_pawn_bonus_mg[rel], c.passed_pawn_bonus_eg[rel]);
             const Square front = us == WHITE ? sq + 8 : sq - 8;
-            if (front < 0 || front > 63 || !b.squares[front])
+            if (front < 0 || front > 63 || !b.piece_on(front))
                 s.add(us, c.passed_pawn_free_bonus_mg, c.passed_pawn_free_bonus_eg);
-            if (rook_attacks(sq, b.occupied) & heavy & file_bb(file_of(sq)))
+            if (rook_attacks(sq, b.occupied()) & heavy & file_bb(file_of(sq)))
                 s.add(us, c.passed_pawn_supported_bonus_mg, c.passed_pawn_supported_bonus_eg);
             if (e.connectedPassed[us] & square_bb(sq))
                 s.add(us, c.passed_pawn_connected_bonus_mg, c.passed_pawn_connected_bonus_eg);

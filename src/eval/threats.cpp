@@ -17,7 +17,7 @@ Square cheapest_attacker(const EvalState& s, Bitboard attackers) {
     int bestValue = 0;
     for (Bitboard b = attackers; b;) {
         const Square sq = pop_lsb(b);
-        const int v = s.value[piece_type(s.board.squares[sq])];
+        const int v = s.value[piece_type(s.board.piece_on(sq))];
         if (best == NO_SQUARE || v < bestValue) best = sq, bestValue = v;
     }
     return best;
@@ -26,13 +26,13 @@ Square cheapest_attacker(const EvalState& s, Bitboard attackers) {
 void exchange_threats(EvalState& s, Color us) {
     const Board& b = s.board;
     const Color them = us ^ 1;
-    const Bitboard enemyNoKing = b.byColor[them] & ~b.pieces[them][KING];
+    const Bitboard enemyNoKing = b.pieces(them) & ~b.pieces(them, KING);
     // Only pieces the enemy attacks at all need the exchange worked out.
     const Bitboard attacked = s.attacks_without_king(them);
     for (int type = KNIGHT; type <= QUEEN; ++type)
-        for (Bitboard p = b.pieces[us][type] & attacked; p;) {
+        for (Bitboard p = b.pieces(us, type) & attacked; p;) {
             const Square sq = pop_lsb(p);
-            const Bitboard attackers = b.attackers_to(sq, b.occupied) & enemyNoKing;
+            const Bitboard attackers = b.attackers_to(sq, b.occupied()) & enemyNoKing;
             if (!attackers) continue;
             const int v = see(b, make_move(cheapest_attacker(s, attackers), sq));
             if (v > 0) {
@@ -76,14 +76,14 @@ void apply_pins(EvalState& s) {
     for (Color us : {WHITE, BLACK}) {
         for (Bitboard p = b.pinned(us ^ 1); p;) {
             const Square sq = pop_lsb(p);
-            switch (piece_type(b.squares[sq])) {
+            switch (piece_type(b.piece_on(sq))) {
                 case KNIGHT: s.add(us, c.pin_knight_bonus_mg, c.pin_knight_bonus_eg); break;
                 case BISHOP: s.add(us, c.pin_bishop_bonus_mg, c.pin_bishop_bonus_eg); break;
                 case ROOK: s.add(us, c.pin_rook_bonus_mg, c.pin_rook_bonus_eg); break;
                 case QUEEN: s.add(us, c.pin_queen_bonus_mg, c.pin_queen_bonus_eg); break;
                 default: break;
             }
-            if (more_than_one(b.attackers_to(sq, b.occupied) & b.byColor[us]))
+            if (more_than_one(b.attackers_to(sq, b.occupied()) & b.pieces(us)))
                 s.add(us, c.pin_attacked_bonus_mg, c.pin_attacked_bonus_eg);
         }
     }
@@ -95,30 +95,30 @@ void apply_extended_threats(EvalState& s) {
     const Board& b = s.board;
     for (Color us : {WHITE, BLACK}) {
         const Color them = us ^ 1;
-        const Bitboard targets = b.byColor[them] & ~b.pieces[them][PAWN] & ~b.pieces[them][KING];
+        const Bitboard targets = b.pieces(them) & ~b.pieces(them, PAWN) & ~b.pieces(them, KING);
 
         if (const Square k = b.king_square(us); k != NO_SQUARE) {
             const int undefended = popcount(targets & kingAtt[k] & ~s.attackMap[them]);
             s.add(us, undefended * c.threat_by_king_bonus, undefended * c.threat_by_king_bonus);
         }
 
-        const int contested = popcount(~b.byColor[us] & s.attackMap[us] & s.attackMap[them]);
+        const int contested = popcount(~b.pieces(us) & s.attackMap[us] & s.attackMap[them]);
         s.add(us, contested * c.restricted_piece_bonus_mg, contested * c.restricted_piece_bonus_eg);
 
         // Single pushes to an empty square no enemy pawn guards, from
         // which the pawn would attack a piece: those are the squares an
         // enemy pawn standing on a target would attack.
-        const Bitboard pushes = (us == WHITE ? b.pieces[us][PAWN] << 8 : b.pieces[us][PAWN] >> 8) & ~b.occupied &
+        const Bitboard pushes = (us == WHITE ? b.pieces(us, PAWN) << 8 : b.pieces(us, PAWN) >> 8) & ~b.occupied() &
                                 ~s.pawns->pawnAttacks[them];
         const int safePushes = popcount(pushes & pawn_attacks_bb(them, targets));
         s.add(us, safePushes * c.threat_safe_pawn_push_bonus, safePushes * c.threat_safe_pawn_push_bonus);
 
-        if (popcount(b.pieces[them][QUEEN]) == 1) {
-            const Square q = lsb(b.pieces[them][QUEEN]);
+        if (popcount(b.pieces(them, QUEEN)) == 1) {
+            const Square q = lsb(b.pieces(them, QUEEN));
             if (s.attacksByType[us][KNIGHT] & knightAtt[q])
                 s.add(us, c.threat_fork_queen_knight_bonus, c.threat_fork_queen_knight_bonus);
-            if ((s.attacksByType[us][BISHOP] & bishop_attacks(q, b.occupied)) ||
-                (s.attacksByType[us][ROOK] & rook_attacks(q, b.occupied)))
+            if ((s.attacksByType[us][BISHOP] & bishop_attacks(q, b.occupied())) ||
+                (s.attacksByType[us][ROOK] & rook_attacks(q, b.occupied())))
                 s.add(us, c.threat_fork_queen_bishop_rook_bonus, c.threat_fork_queen_bishop_rook_bonus);
         }
     }

@@ -17,13 +17,13 @@ inline ScoredMove* add_promotions(ScoredMove* out, Square from, Square to) {
 }
 
 inline bool attacked_by(const Board& b, Square s, Color them) {
-    return (b.attackers_to(s, b.occupied) & b.byColor[them]) != 0;
+    return (b.attackers_to(s, b.occupied()) & b.pieces(them)) != 0;
 }
 
 ScoredMove* generate_castling(const Board& b, ScoredMove* out, Color us) {
     const int rights = b.state().castling;
     const Color them = us ^ 1;
-    auto empty = [&](Bitboard squares) { return !(b.occupied & squares); };
+    auto empty = [&](Bitboard squares) { return !(b.occupied() & squares); };
     auto safe = [&](Square x, Square y, Square z) {
         return !attacked_by(b, x, them) && !attacked_by(b, y, them) && !attacked_by(b, z, them);
     };
@@ -42,8 +42,8 @@ ScoredMove* generate_castling(const Board& b, ScoredMove* out, Color us) {
 }  // namespace
 
 int generate_legal(Board& board, ScoredMove* out, bool capturesOnly) {
-    const Color us = board.side, them = us ^ 1;
-    const Bitboard own = board.byColor[us], enemy = board.byColor[them], occ = board.occupied;
+    const Color us = board.side_to_move(), them = us ^ 1;
+    const Bitboard own = board.pieces(us), enemy = board.pieces(them), occ = board.occupied();
     const Square k = board.king_square(us);
     const Bitboard checkers = board.checkers();
     const bool quietOff = capturesOnly && !checkers;
@@ -53,19 +53,19 @@ int generate_legal(Board& board, ScoredMove* out, bool capturesOnly) {
         Bitboard target = quietOff ? enemy : ~own;
         if (checkers) target = checkers | squares_between(k, lsb(checkers));
 
-        for (Bitboard b = board.pieces[us][KNIGHT]; b;) {
+        for (Bitboard b = board.pieces(us, KNIGHT); b;) {
             Square from = pop_lsb(b);
             out = add_moves(out, from, knightAtt[from] & target);
         }
-        for (Bitboard b = board.pieces[us][BISHOP]; b;) {
+        for (Bitboard b = board.pieces(us, BISHOP); b;) {
             Square from = pop_lsb(b);
             out = add_moves(out, from, bishop_attacks(from, occ) & target);
         }
-        for (Bitboard b = board.pieces[us][ROOK]; b;) {
+        for (Bitboard b = board.pieces(us, ROOK); b;) {
             Square from = pop_lsb(b);
             out = add_moves(out, from, rook_attacks(from, occ) & target);
         }
-        for (Bitboard b = board.pieces[us][QUEEN]; b;) {
+        for (Bitboard b = board.pieces(us, QUEEN); b;) {
             Square from = pop_lsb(b);
             out = add_moves(out, from, (bishop_attacks(from, occ) | rook_attacks(from, occ)) & target);
         }
@@ -73,14 +73,14 @@ int generate_legal(Board& board, ScoredMove* out, bool capturesOnly) {
         const int push = us == WHITE ? 8 : -8;
         const int promoRank = us == WHITE ? 6 : 1, doubleRank = us == WHITE ? 1 : 6;
         const Square ep = board.state().epSquare;
-        for (Bitboard b = board.pieces[us][PAWN]; b;) {
+        for (Bitboard b = board.pieces(us, PAWN); b;) {
             const Square from = pop_lsb(b);
             const bool promotes = rank_of(from) == promoRank;
             const Square to = from + push;
             // Pawns never stand on their last rank in a legal position; a
             // set-up one simply has no moves.
             if (to < 0 || to > 63) continue;
-            if (!board.squares[to]) {
+            if (!board.piece_on(to)) {
                 if (target & square_bb(to)) {
                     if (promotes) out = add_promotions(out, from, to);
                     else out++->move = make_move(from, to);
@@ -88,7 +88,7 @@ int generate_legal(Board& board, ScoredMove* out, bool capturesOnly) {
                     out = add_promotions(out, from, to);  // a push promotion is tactical
                 }
                 const Square twoAhead = to + push;
-                if (rank_of(from) == doubleRank && !board.squares[twoAhead] && (target & square_bb(twoAhead)))
+                if (rank_of(from) == doubleRank && !board.piece_on(twoAhead) && (target & square_bb(twoAhead)))
                     out++->move = make_move(from, twoAhead);
             }
             for (Bitboard caps = pawnAtt[us][from] & enemy & target; caps;) {
@@ -121,7 +121,7 @@ int generate_legal(Board& board, ScoredMove* out, bool capturesOnly) {
         }
         board.do_move(m->move);
         const Square king = board.king_square(us);
-        const bool legal = king == NO_SQUARE || !(board.attackers_to(king, board.occupied) & board.byColor[them]);
+        const bool legal = king == NO_SQUARE || !(board.attackers_to(king, board.occupied()) & board.pieces(them));
         board.undo_move();
         if (legal) kept++->move = m->move;
     }

@@ -1,3 +1,6 @@
+// The root: one search per depth, each inside an aspiration window around
+// the previous score and widened on failure, until the depth, node or time
+// limit; the last completed iteration gives the move.
 #include <algorithm>
 #include <chrono>
 #include <climits>

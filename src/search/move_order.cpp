@@ -1,3 +1,6 @@
+// Move ordering: the table move first, then captures by their exchange
+// value and capture history, killers, the countermove, and quiet moves by
+// history. Good moves first is what makes the alpha-beta cut-offs happen.
 #include <algorithm>
 
 #include "config/engine_config.h"
@@ -7,20 +10,20 @@
 namespace morvane {
 
 bool is_capture(const Board& board, Move m) {
-    return move_flag(m) == FLAG_EN_PASSANT || board.squares[move_to(m)] != 0;
+    return move_flag(m) == FLAG_EN_PASSANT || board.piece_on(move_to(m)) != 0;
 }
 
 namespace {
 
 int captured_type(const Board& board, Move m) {
-    return move_flag(m) == FLAG_EN_PASSANT ? PAWN : piece_type(board.squares[move_to(m)]);
+    return move_flag(m) == FLAG_EN_PASSANT ? PAWN : piece_type(board.piece_on(move_to(m)));
 }
 
 int non_pawn_count(const Board& b, Color c) {
-    return popcount(b.pieces[c][KNIGHT] | b.pieces[c][BISHOP] | b.pieces[c][ROOK] | b.pieces[c][QUEEN]);
+    return popcount(b.pieces(c, KNIGHT) | b.pieces(c, BISHOP) | b.pieces(c, ROOK) | b.pieces(c, QUEEN));
 }
 
-bool has_heavy(const Board& b, Color c) { return (b.pieces[c][ROOK] | b.pieces[c][QUEEN]) != 0; }
+bool has_heavy(const Board& b, Color c) { return (b.pieces(c, ROOK) | b.pieces(c, QUEEN)) != 0; }
 
 // Both sides still have most of their pieces, one of them largely undeveloped.
 bool is_opening_position(const Board& b) {
@@ -30,7 +33,7 @@ bool is_opening_position(const Board& b) {
         const int homeCodes[][2] = {{KNIGHT, 1}, {KNIGHT, 6}, {BISHOP, 2}, {BISHOP, 5},
                                     {ROOK, 0},   {ROOK, 7},   {QUEEN, 3}};
         int n = 0;
-        for (const auto& [type, file] : homeCodes) n += b.squares[r + file] == make_piece(c, type);
+        for (const auto& [type, file] : homeCodes) n += b.piece_on(r + file) == make_piece(c, type);
         return n;
     };
     return at_home(WHITE) >= 3 || at_home(BLACK) >= 3;
@@ -44,14 +47,14 @@ int material_difference(const Board& b) {
     const int values[7] = {0, c.material_pawn, c.material_knight, c.material_bishop, c.material_rook, c.material_queen, 0};
     int diff = 0;
     for (int type = PAWN; type <= QUEEN; ++type)
-        diff += (popcount(b.pieces[WHITE][type]) - popcount(b.pieces[BLACK][type])) * values[type];
+        diff += (popcount(b.pieces(WHITE, type)) - popcount(b.pieces(BLACK, type))) * values[type];
     return std::abs(diff);
 }
 
 // Quiet-move score adjusted by the configured king-threat variant.
 int king_threat_adjusted(const Board& b, Move m, int h) {
     const EngineConfig& c = g_config;
-    const Color us = b.side, them = us ^ 1;
+    const Color us = b.side_to_move(), them = us ^ 1;
     const int variant = c.king_threat_bonus_enabled;
     if (variant < 3 || variant > 13 || variant == 8 || variant == 9 || variant == 12) return h;
     const bool check = move_threatens_king(b, m, us, true);
@@ -65,7 +68,7 @@ int king_threat_adjusted(const Board& b, Move m, int h) {
         case 13:
             if (!check) return h;
             if (has_heavy(b, us) && bareOpponent) return h + c.king_threat_bonus_score;
-            if (popcount(b.pieces[us][KNIGHT] | b.pieces[us][BISHOP]) >= 2 && bareOpponent)
+            if (popcount(b.pieces(us, KNIGHT) | b.pieces(us, BISHOP)) >= 2 && bareOpponent)
                 return h + c.king_threat_bonus_light_v13;
             return h;
         case 10:
@@ -85,8 +88,8 @@ int king_threat_adjusted(const Board& b, Move m, int h) {
     auto imbalanceOutcome = [&] { return zone() ? h + c.king_threat_bonus_score_zone_imbalance : h; };
     switch (variant) {
         case 3: {
-            const bool lightPresence = b.pieces[WHITE][QUEEN] || b.pieces[BLACK][KNIGHT] || b.pieces[BLACK][BISHOP] ||
-                                       b.pieces[BLACK][QUEEN] || b.pieces[WHITE][KNIGHT] || b.pieces[WHITE][BISHOP];
+            const bool lightPresence = b.pieces(WHITE, QUEEN) || b.pieces(BLACK, KNIGHT) || b.pieces(BLACK, BISHOP) ||
+                                       b.pieces(BLACK, QUEEN) || b.pieces(WHITE, KNIGHT) || b.pieces(WHITE, BISHOP);
             return middling_total(piece_total(b)) && lightPresence ? checkBonus : zoneBonus;
         }
         case 4: return oneHeavy || bigDifference ? checkBonus : zoneBonus;
@@ -105,7 +108,7 @@ int king_threat_adjusted(const Board& b, Move m, int h) {
 void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx, int ply, Move ttMove,
                  Move prevMove) {
     const EngineConfig& c = g_config;
-    const Color us = board.side;
+    const Color us = board.side_to_move();
     const Square prevTo = prevMove ? move_to(prevMove) : NO_SQUARE;
     const bool opening = c.recapture_bonus_disabled_in_opening && prevMove && is_opening_position(board);
     for (int i = 0; i < count; ++i) {
@@ -132,7 +135,8 @@ void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx,
                 good = ex >= (victimValue < c.capture_margin_value_threshold ? c.capture_margin_low
                                                                               : c.capture_margin_high);
             }
-            int term = c.capture_history_enabled ? ctx.captureHistory[board.squares[move_from(m)]][move_to(m)][victim] : 0;
+            int term =
+                c.capture_history_enabled ? ctx.captureHistory[board.piece_on(move_from(m))][move_to(m)][victim] : 0;
             if (prevMove && move_to(m) == prevTo && !opening) term += c.recapture_bonus;
             sm.score = ex + term + (good ? 1000000 : -900000);
             continue;
@@ -141,7 +145,7 @@ void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx,
             sm.score = 900000;
         } else if (ply < MAX_PLY && m == ctx.killers[ply][1]) {
             sm.score = 890000;
-        } else if (c.countermove_enabled && prevMove && m == ctx.countermove[board.squares[prevTo]][prevTo]) {
+        } else if (c.countermove_enabled && prevMove && m == ctx.countermove[board.piece_on(prevTo)][prevTo]) {
             sm.score = c.countermove_bonus_score;
         } else {
             sm.score = king_threat_adjusted(board, m, ctx.history[us][move_from(m)][move_to(m)]);
@@ -156,7 +160,7 @@ void update_cutoff_heuristics(const Board& board, SearchContext& ctx, Move m, in
     const int bonus = depth * depth;
     if (is_capture(board, m)) {
         if (c.capture_history_enabled) {
-            int& h = ctx.captureHistory[board.squares[move_from(m)]][move_to(m)][captured_type(board, m)];
+            int& h = ctx.captureHistory[board.piece_on(move_from(m))][move_to(m)][captured_type(board, m)];
             h = std::min(h + bonus, HISTORY_CAP);
         }
         return;
@@ -165,12 +169,12 @@ void update_cutoff_heuristics(const Board& board, SearchContext& ctx, Move m, in
         ctx.killers[ply][1] = ctx.killers[ply][0];
         ctx.killers[ply][0] = m;
     }
-    const Color us = board.side;
+    const Color us = board.side_to_move();
     int& h = ctx.history[us][move_from(m)][move_to(m)];
     h = std::min(h + bonus, HISTORY_CAP);
     if (c.countermove_enabled && prevMove) {
         const Square to = move_to(prevMove);
-        if (board.squares[to]) ctx.countermove[board.squares[to]][to] = m;
+        if (board.piece_on(to)) ctx.countermove[board.piece_on(to)][to] = m;
     }
     if (c.history_malus_enabled)
         for (int i = 0; i < triedCount; ++i) {

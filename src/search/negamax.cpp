@@ -1,11 +1,14 @@
+// The principal search: negamax with a principal-variation window, the
+// transposition table and endgame tables first, then pruning of hopeless
+// or overwhelming nodes, then the moves in order with late-move reductions.
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 
 #include "config/engine_config.h"
 #include "eval/evaluate.h"
 #include "eval/see.h"
 #include "movegen/movegen.h"
-#include "search/draw_rules.h"
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/time_manager.h"
@@ -27,7 +30,7 @@ struct LogTables {
 const LogTables lnTables;
 
 bool has_non_pawn_material(const Board& b, Color c) {
-    return (b.pieces[c][KNIGHT] | b.pieces[c][BISHOP] | b.pieces[c][ROOK] | b.pieces[c][QUEEN]) != 0;
+    return (b.pieces(c, KNIGHT) | b.pieces(c, BISHOP) | b.pieces(c, ROOK) | b.pieces(c, QUEEN)) != 0;
 }
 
 int null_move_reduction(int depth) {
@@ -70,6 +73,8 @@ void record_pv(PlyRecord& node, const PlyRecord& child, Move m) {
 }  // namespace
 
 int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int beta) {
+    assert(ply >= 0 && ply < MAX_PLY && "a node within the search stack");
+    assert(-INFINITE_SCORE <= alpha && alpha < beta && beta <= INFINITE_SCORE && "a non-empty window");
     const EngineConfig& c = g_config;
     ++ctx.nodes;
     if (aborted() || time_to_stop(ctx.nodes)) return 0;
@@ -86,7 +91,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
 
     const bool inCheck = board.checkers() != 0;
     if (ply > 0) {
-        if (is_repetition(board)) return 0;
+        if (board.is_repetition()) return 0;
         if (board.state().halfmove > 99 && !inCheck) return 0;
         if (!inCheck && board.is_insufficient_material()) return 0;
     }
@@ -138,7 +143,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
         }
         // Null move: if passing still fails high, the position is too good.
         if (c.null_move_enabled && !(c.pv_node_protection_enabled && pvNode) && depth >= 3 && !parent.nullMove &&
-            !(c.null_move_eval_filter_enabled && beta > eval) && has_non_pawn_material(board, board.side)) {
+            !(c.null_move_eval_filter_enabled && beta > eval) && has_non_pawn_material(board, board.side_to_move())) {
             const int r = null_move_reduction(depth);
             board.do_null_move();
             node.move = NULL_MOVE;
@@ -164,7 +169,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
     int searched = 0;
     Move triedQuiets[MAX_MOVES];
     int triedCount = 0;
-    const Color us = board.side;
+    const Color us = board.side_to_move();
 
     for (int i = 0; i < count; ++i) {
         const Move m = moves[i].move;

@@ -1,8 +1,12 @@
+// The quiescence search: past the nominal depth only captures (or, in
+// check, every evasion) are searched, so that the static evaluation is never
+// taken in the middle of an exchange.
+#include <cassert>
+
 #include "config/engine_config.h"
 #include "eval/evaluate.h"
 #include "eval/see.h"
 #include "movegen/movegen.h"
-#include "search/draw_rules.h"
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/time_manager.h"
@@ -10,10 +14,12 @@
 namespace morvane {
 
 int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta) {
+    assert(ply >= 0 && ply < MAX_PLY && "a node within the search stack");
+    assert(-INFINITE_SCORE <= alpha && alpha < beta && beta <= INFINITE_SCORE && "a non-empty window");
     ++ctx.nodes;
     if (g_abort.load(std::memory_order_relaxed) || time_to_stop(ctx.nodes)) return 0;
     if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);  // the board's ply reserve
-    if (is_repetition(board) || board.state().halfmove > 99) return 0;
+    if (board.is_repetition() || board.state().halfmove > 99) return 0;
 
     ScoredMove moves[MAX_MOVES];
     if (!board.checkers()) {

@@ -2,6 +2,7 @@
 // countermoves) and the stack of per-ply records along the current line.
 #pragma once
 
+#include <cassert>
 #include <cstdint>
 
 #include "core/board.h"
@@ -38,7 +39,10 @@ struct SearchContext {
     PlyRecord stack[MAX_PLY + STACK_OFFSET];
     std::uint64_t nodes;  // of the current root search
 
-    PlyRecord& at(int ply) { return stack[ply + STACK_OFFSET]; }
+    PlyRecord& at(int ply) {
+        assert(ply >= -STACK_OFFSET && ply < MAX_PLY && "a ply the stack holds");
+        return stack[ply + STACK_OFFSET];
+    }
 
     // Every root search starts from empty heuristics and a clean stack.
     void reset();

@@ -15,14 +15,15 @@ using Clock = std::chrono::steady_clock;
 // Expected number of moves left to the time control, by game phase.
 int base_moves_to_go(const Board& b) {
     const EngineConfig& c = g_config;
-    if (popcount(b.occupied) <= static_cast<int>(TB_LARGEST) + c.time_syzygy_zone_margin) return c.time_movestogo_syzygy_zone;
+    if (popcount(b.occupied()) <= static_cast<int>(TB_LARGEST) + c.time_syzygy_zone_margin)
+        return c.time_movestogo_syzygy_zone;
     int phase = 0;
     for (Color side : {WHITE, BLACK})
-        phase += popcount(b.pieces[side][KNIGHT]) + popcount(b.pieces[side][BISHOP]) +
-                 2 * popcount(b.pieces[side][ROOK]) + 4 * popcount(b.pieces[side][QUEEN]);
+        phase += popcount(b.pieces(side, KNIGHT)) + popcount(b.pieces(side, BISHOP)) +
+                 2 * popcount(b.pieces(side, ROOK)) + 4 * popcount(b.pieces(side, QUEEN));
     phase = std::min(phase, 24);
     const int moveNumber = b.game_ply() / 2;
-    const int pawns = popcount(b.pieces[WHITE][PAWN] | b.pieces[BLACK][PAWN]);
+    const int pawns = popcount(b.pieces(WHITE, PAWN) | b.pieces(BLACK, PAWN));
     if (phase >= c.time_phase_opening_min && moveNumber <= c.time_phase_opening_max_moves &&
         pawns >= c.time_phase_opening_pawn_threshold)
         return c.time_movestogo_opening;
@@ -39,8 +40,8 @@ std::int64_t allocate_time_ms(const Board& board, const SearchLimits& limits) {
     auto sane = [](std::int64_t ms) { return std::clamp(ms, -YearMs, YearMs); };
     if (limits.movetime >= 0) return sane(limits.movetime);
     if (limits.wtime < 0 && limits.btime < 0) return -1;
-    const std::int64_t t = std::max<std::int64_t>(sane(board.side == WHITE ? limits.wtime : limits.btime), 0);
-    const std::int64_t inc = sane(board.side == WHITE ? limits.winc : limits.binc);
+    const std::int64_t t = std::max<std::int64_t>(sane(board.side_to_move() == WHITE ? limits.wtime : limits.btime), 0);
+    const std::int64_t inc = sane(board.side_to_move() == WHITE ? limits.winc : limits.binc);
     const int base = base_moves_to_go(board);
     const int moveNumber = board.game_ply() / 2;
     std::int64_t movesToGo = base;

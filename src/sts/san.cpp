@@ -32,8 +32,8 @@ std::string move_to_san(Board& board, Move move) {
     if (move_flag(move) == FLAG_CASTLING) {
         san = file_of(to) == 6 ? "O-O" : "O-O-O";
     } else {
-        const int type = piece_type(board.squares[from]);
-        const bool capture = board.squares[to] || move_flag(move) == FLAG_EN_PASSANT;
+        const int type = piece_type(board.piece_on(from));
+        const bool capture = board.piece_on(to) || move_flag(move) == FLAG_EN_PASSANT;
         if (type == PAWN) {
             if (capture) san += std::string(1, static_cast<char>('a' + file_of(from))) + 'x';
             san += square_name(to);
@@ -46,7 +46,8 @@ std::string move_to_san(Board& board, Move move) {
             for (int i = 0; i < n; ++i) {
                 const Move other = moves[i].move;
                 const Square otherFrom = move_from(other);
-                if (otherFrom == from || move_to(other) != to || piece_type(board.squares[otherFrom]) != type) continue;
+                if (otherFrom == from || move_to(other) != to || piece_type(board.piece_on(otherFrom)) != type)
+                    continue;
                 rivals = true;
                 sameFile = sameFile || file_of(otherFrom) == file_of(from);
                 sameRank = sameRank || rank_of(otherFrom) == rank_of(from);
@@ -119,7 +120,7 @@ Move san_to_move(Board& board, const std::string& sanText) {
     for (int i = 0; i < n; ++i) {
         const Move m = moves[i].move;
         const Square from = move_from(m);
-        if (move_to(m) != to || piece_type(board.squares[from]) != type) continue;
+        if (move_to(m) != to || piece_type(board.piece_on(from)) != type) continue;
         if ((fromFile >= 0 && file_of(from) != fromFile) || (fromRank >= 0 && rank_of(from) != fromRank)) continue;
         const bool isPromotion = move_flag(m) == FLAG_PROMOTION;
         if (promotion < 0 ? isPromotion : !isPromotion || ((m >> 14) & 3) != promotion) continue;

@@ -16,14 +16,14 @@ struct TbArgs {
 };
 
 TbArgs args_of(const Board& b) {
-    auto both = [&](int type) { return b.pieces[WHITE][type] | b.pieces[BLACK][type]; };
+    auto both = [&](int type) { return b.pieces(WHITE, type) | b.pieces(BLACK, type); };
     int ep = b.state().epSquare;
-    return {b.byColor[WHITE], b.byColor[BLACK], both(KING), both(QUEEN), both(ROOK), both(BISHOP),
-            both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : static_cast<unsigned>(ep), b.side == WHITE};
+    return {b.pieces(WHITE), b.pieces(BLACK), both(KING), both(QUEEN), both(ROOK), both(BISHOP),
+            both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : static_cast<unsigned>(ep), b.side_to_move() == WHITE};
 }
 
 bool outside_tables(const Board& b) {
-    return TB_LARGEST == 0 || static_cast<unsigned>(popcount(b.occupied)) > TB_LARGEST || b.state().castling != 0;
+    return TB_LARGEST == 0 || static_cast<unsigned>(popcount(b.occupied())) > TB_LARGEST || b.state().castling != 0;
 }
 
 }  // namespace

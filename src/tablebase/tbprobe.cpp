@@ -751,7 +751,6 @@ bool tb_init(const char* path) {
         pieceEntries->reserve(512);
         pawnEntries->reserve(1024);
     }
-    init_attacks();
 
     static const char* const patterns[] = {"K%cvK",        "K%cvK%c",     "K%c%cvK",     "K%c%cvK%c",
                                            "K%c%c%cvK",    "K%c%cvK%c%c", "K%c%c%cvK%c", "K%c%c%c%cvK",

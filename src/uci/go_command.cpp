@@ -59,7 +59,7 @@ std::int64_t g_ponderAllowanceMs = -1;
 // "position" and "go" as soon as it reads "bestmove", and they must not be
 // refused as if the search were still running.
 void search_thread_body(Board& board, SearchLimits limits) {
-    const int rootPly = board.ply;
+    const int rootPly = board.ply();
     Move best = NULL_MOVE;
     try {
         best = iterative_deepening(board, limits, print_info_line).best_move;
@@ -135,7 +135,7 @@ void cmd_go(Board& board, std::istringstream& rest) {
         return;
     }
     if (perft) {
-        const int rootPly = board.ply;
+        const int rootPly = board.ply();
         try {
             cmd_go_perft(board, perftDepth);
         } catch (...) {

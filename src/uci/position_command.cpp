@@ -18,7 +18,7 @@ bool play_uci_move(Board& board, const std::string& text) {
             // A game longer than the tables keeps its recent part: the
             // positions since the last irreversible move (all a repetition
             // can reach; past a hundred plies the fifty-move rule decides).
-            if (board.ply >= MAX_ROOT_PLY) board.keep_recent_history(std::min<int>(board.state().halfmove, 100));
+            if (board.ply() >= MAX_ROOT_PLY) board.keep_recent_history(std::min<int>(board.state().halfmove, 100));
             board.do_move(moves[i].move);
             return true;
         }

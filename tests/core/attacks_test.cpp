@@ -2,7 +2,7 @@
 
 #include <random>
 
-#include "core/board.h"
+#include "core/attacks.h"
 #include "core/zobrist.h"
 
 using namespace morvane;
@@ -15,14 +15,9 @@ Bitboard squares(std::initializer_list<Square> list) {
     return b;
 }
 
-class AttacksTest : public ::testing::Test {
-protected:
-    Board board;  // the first construction fills the tables
-};
-
 }  // namespace
 
-TEST_F(AttacksTest, SlidersOnEmptyAndBlockedBoards) {
+TEST(AttacksTest, SlidersOnEmptyAndBlockedBoards) {
     EXPECT_EQ(rook_attacks(0, 0), (file_bb(0) | rank_bb(0)) & ~square_bb(0));
     EXPECT_EQ(popcount(bishop_attacks(27, 0)), 13);
     // A blocker of either colour is included, what lies behind it is not.
@@ -31,7 +26,7 @@ TEST_F(AttacksTest, SlidersOnEmptyAndBlockedBoards) {
     EXPECT_EQ(bishop_attacks(0, square_bb(18)), squares({9, 18}));
 }
 
-TEST_F(AttacksTest, MagicLookupsAgreeWithRayWalksEverywhere) {
+TEST(AttacksTest, MagicLookupsAgreeWithRayWalksEverywhere) {
     std::mt19937_64 rng(7);
     for (int trial = 0; trial < 2000; ++trial) {
         const Square s = static_cast<Square>(rng() % 64);
@@ -52,7 +47,7 @@ TEST_F(AttacksTest, MagicLookupsAgreeWithRayWalksEverywhere) {
     EXPECT_EQ(bishopTableFlat.size(), 5248u);
 }
 
-TEST_F(AttacksTest, LeapersAndSquaresBetween) {
+TEST(AttacksTest, LeapersAndSquaresBetween) {
     EXPECT_EQ(pawnAtt[WHITE][55], square_bb(62));  // h7 -> g8
     EXPECT_EQ(pawnAtt[WHITE][60], 0u);             // e8
     EXPECT_EQ(pawnAtt[BLACK][8], square_bb(1));    // a2 -> b1
@@ -69,7 +64,7 @@ TEST_F(AttacksTest, LeapersAndSquaresBetween) {
     EXPECT_EQ(square_to_string(28), "e4");
 }
 
-TEST_F(AttacksTest, FixedSeedsGiveFixedTables) {
+TEST(AttacksTest, FixedSeedsGiveFixedTables) {
     // The first draws of the seeded generators pin magics and keys: any
     // change of seed or draw order shows here and would change hash keys.
     std::mt19937_64 rng(0x4D6F7276616E65ULL);

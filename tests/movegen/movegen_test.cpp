@@ -105,9 +105,9 @@ TEST(MoveGen, RandomGamesKeepGeneratorAndBoardConsistent) {
     std::mt19937_64 rng(99);
     test::walk_random_games(board, rng, 200, 100, [](Board& b, const ScoredMove* moves, int n) {
         for (int i = 0; i < n; ++i) {
-            const Color us = b.side;
+            const Color us = b.side_to_move();
             b.do_move(moves[i].move);
-            ASSERT_FALSE(b.attackers_to(b.king_square(us), b.occupied) & b.byColor[us ^ 1]);
+            ASSERT_FALSE(b.attackers_to(b.king_square(us), b.occupied()) & b.pieces(us ^ 1));
             b.undo_move();
         }
         ScoredMove captures[MAX_MOVES];

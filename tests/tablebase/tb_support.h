@@ -62,10 +62,10 @@ struct TbProbeArgs {
 };
 
 inline TbProbeArgs probe_args(const Board& board) {
-    auto both = [&](int t) { return board.pieces[WHITE][t] | board.pieces[BLACK][t]; };
+    auto both = [&](int t) { return board.pieces(WHITE, t) | board.pieces(BLACK, t); };
     int ep = board.state().epSquare;
-    return {board.byColor[WHITE], board.byColor[BLACK], both(KING), both(QUEEN), both(ROOK), both(BISHOP),
-            both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : unsigned(ep), board.side == WHITE};
+    return {board.pieces(WHITE), board.pieces(BLACK), both(KING), both(QUEEN), both(ROOK), both(BISHOP),
+            both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : unsigned(ep), board.side_to_move() == WHITE};
 }
 
 // A random legal placement of the table's pieces, White being the side

@@ -83,7 +83,7 @@ TEST(Match, TwentyGamesAtAFastClock) {
         long clock[2] = {InitialMs, InitialMs};
         std::optional<GameEnd> end;
         while (!(end = game.ended())) {
-            const Color side = game.board.side;
+            const Color side = game.board.side_to_move();
             auto& engine = engines[(gameNo + side) % 2];
             engine.send(game.position_command());
             engine.send("go wtime " + std::to_string(clock[WHITE]) + " btime " + std::to_string(clock[BLACK]) +

@@ -13,6 +13,8 @@
 
 #include "common/tool_arguments.h"
 #include "common/worker_processes.h"
+#include "core/attacks.h"
+#include "core/zobrist.h"
 #include "datagen/self_play.h"
 #include "match/openings.h"
 #include "tablebase/syzygy.h"
@@ -104,6 +106,8 @@ long long lines_after(const std::string& path, long long offset) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    init_zobrist();
+    init_attacks();
     ToolArguments args(argc, argv,
                        {"output", "openings", "games", "positions", "depth", "nodes", "random-plies", "seed",
                         "workers"});

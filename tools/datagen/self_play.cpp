@@ -15,16 +15,8 @@ namespace {
 // Mates and table wins: the score no longer measures the position.
 constexpr int DecisiveScore = 10000;
 
-int earlier_occurrences(const Board& board) {
-    int count = 0;
-    const int oldest = std::max(0, board.ply - static_cast<int>(board.state().halfmove));
-    for (int p = board.ply - 2; p >= oldest; p -= 2)
-        if (board.keys[p].key == board.key()) ++count;
-    return count;
-}
-
 double white_result_for_mover(const Board& board, double moverResult) {
-    return board.side == WHITE ? moverResult : 1.0 - moverResult;
+    return board.side_to_move() == WHITE ? moverResult : 1.0 - moverResult;
 }
 
 }  // namespace
@@ -41,7 +33,7 @@ SearchLimits move_limits(const SelfPlaySettings& settings) {
 std::optional<double> rules_result(Board& board) {
     ScoredMove moves[MAX_MOVES];
     if (generate_legal(board, moves, false) == 0) return board.checkers() ? white_result_for_mover(board, 0.0) : 0.5;
-    if (board.state().halfmove >= 100 || earlier_occurrences(board) >= 2 || board.is_insufficient_material())
+    if (board.state().halfmove >= 100 || board.earlier_occurrences(2) >= 2 || board.is_insufficient_material())
         return 0.5;
     // The tables answer right after a capture or pawn move, which is how a
     // game enters them; wins the fifty-move rule spoils come back as draws.
@@ -83,7 +75,7 @@ std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const Se
         }
         if (ply >= settings.maxPlies) return game;
         const SearchResult searched = iterative_deepening(board, limits, nullptr);
-        const int whiteScore = board.side == WHITE ? searched.score : -searched.score;
+        const int whiteScore = board.side_to_move() == WHITE ? searched.score : -searched.score;
         if (ply == 0 && std::abs(whiteScore) > settings.maxOpeningScore) return std::nullopt;
         if (std::abs(whiteScore) < DecisiveScore && is_quiet_position(board, searched.best_move))
             game.positions.push_back({board.fen(), whiteScore});

@@ -8,6 +8,8 @@
 #include <iostream>
 #include <stdexcept>
 
+#include "core/attacks.h"
+#include "core/zobrist.h"
 #include "match/cli.h"
 #include "match/referee.h"
 
@@ -42,6 +44,8 @@ int make_openings(const CommandLine& cl) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    morvane::init_zobrist();
+    morvane::init_attacks();
     CommandLine cl;
     try {
         cl = parse_command_line(std::vector<std::string>(argv + 1, argv + argc));

@@ -47,9 +47,6 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
         pgn.open(config.pgnPath, std::ios::app);
         summary.pgnFailed = !pgn;
     }
-    // The first Board fills the shared attack and hash-key tables; that must
-    // happen before the game threads race to do it.
-    { morvane::Board warmUp; }
     const auto start = SteadyClock::now();
     const int pairCount = (config.games + 1) / 2;
     std::atomic<int> nextPair{0};

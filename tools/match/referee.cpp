@@ -25,19 +25,19 @@ Verdict tablebase_verdict(const Board& b) {
     // under the fifty-move rule; every smaller ending is first reached that
     // way, so nothing is missed.
     if (!g_tablesLoaded || b.state().halfmove != 0 || b.state().castling != 0 ||
-        static_cast<unsigned>(popcount(b.occupied)) > TB_LARGEST)
+        static_cast<unsigned>(popcount(b.occupied())) > TB_LARGEST)
         return {};
-    auto both = [&](int type) { return b.pieces[WHITE][type] | b.pieces[BLACK][type]; };
+    auto both = [&](int type) { return b.pieces(WHITE, type) | b.pieces(BLACK, type); };
     const int ep = b.state().epSquare;
     unsigned wdl;
     {
         std::lock_guard lock(g_tableMutex);
-        wdl = tb_probe_wdl_impl(b.byColor[WHITE], b.byColor[BLACK], both(KING), both(QUEEN), both(ROOK), both(BISHOP),
+        wdl = tb_probe_wdl_impl(b.pieces(WHITE), b.pieces(BLACK), both(KING), both(QUEEN), both(ROOK), both(BISHOP),
                                 both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : static_cast<unsigned>(ep),
-                                b.side == WHITE);
+                                b.side_to_move() == WHITE);
     }
     if (wdl == TB_RESULT_FAILED) return {};
-    const bool whiteToMove = b.side == WHITE;
+    const bool whiteToMove = b.side_to_move() == WHITE;
     if (wdl == TB_WIN)
         return {whiteToMove ? Outcome::WhiteWins : Outcome::BlackWins, Ending::Adjudication, "endgame tables: win"};
     if (wdl == TB_LOSS)
@@ -81,7 +81,7 @@ void Referee::play(Move move) {
 
 Verdict Referee::verdict(bool useTables) {
     Board& b = *board_;
-    const bool whiteToMove = b.side == WHITE;
+    const bool whiteToMove = b.side_to_move() == WHITE;
     ScoredMove list[MAX_MOVES];
     // Mate first: a mate delivered on the hundredth half-move still counts.
     if (generate_legal(b, list, false) == 0) {

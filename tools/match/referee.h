@@ -34,7 +34,7 @@ public:
     // False when the position is not playable (the reason goes to problem).
     bool set_position(const std::string& fen, std::string& problem);
 
-    morvane::Color side_to_move() const { return board_->side; }
+    morvane::Color side_to_move() const { return board_->side_to_move(); }
 
     // The legal move written in UCI notation as `text`, or the null move.
     morvane::Move find_move(const std::string& text);

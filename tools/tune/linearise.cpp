@@ -15,7 +15,7 @@ constexpr int FullWindow = 30001;
 
 int white_evaluation(const Board& board) {
     const int score = evaluate(board, -FullWindow, FullWindow);
-    return board.side == WHITE ? score : -score;
+    return board.side_to_move() == WHITE ? score : -score;
 }
 
 // A piece-square entry moves the score only when its piece stands on its
@@ -23,8 +23,8 @@ int white_evaluation(const Board& board) {
 // the empty ones saves most of the work, as the tables hold most of the
 // parameters.
 bool entry_in_use(const Board& board, const TunedParam& p) {
-    return board.squares[p.element] == make_piece(WHITE, p.pieceType) ||
-           board.squares[p.element ^ 56] == make_piece(BLACK, p.pieceType);
+    return board.piece_on(p.element) == make_piece(WHITE, p.pieceType) ||
+           board.piece_on(p.element ^ 56) == make_piece(BLACK, p.pieceType);
 }
 
 struct Slope {

@@ -46,7 +46,7 @@ bool playable(Board& board, const std::string& fen) {
     } catch (const std::exception&) {
         return false;
     }
-    return board.pieces[WHITE][KING] && board.pieces[BLACK][KING];
+    return board.pieces(WHITE, KING) && board.pieces(BLACK, KING);
 }
 
 }  // namespace

@@ -10,6 +10,8 @@
 
 #include "common/tool_arguments.h"
 #include "config/config_loader.h"
+#include "core/attacks.h"
+#include "core/zobrist.h"
 #include "tune/config_writer.h"
 #include "tune/evaluation_tuner.h"
 #include "tune/tuned_keys.h"
@@ -44,6 +46,8 @@ std::string utc_now() {
 }  // namespace
 
 int main(int argc, char** argv) {
+    init_zobrist();
+    init_attacks();
     ToolArguments args(argc, argv,
                        {"data", "output", "config", "lambda", "epochs", "refresh", "lr", "step", "min-positions",
                         "workers", "keys", "fixed"});

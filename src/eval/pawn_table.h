@@ -1,7 +1,9 @@
 // Everything the evaluation derives from the pawns alone, cached per pawn
-// key in the board's pawn table. Only square sets, never weights, so that a
-// change of configuration never leaves a stale entry behind.
+// key in the evaluation's pawn table. Only square sets, never weights, so
+// that a change of configuration never leaves a stale entry behind.
 #pragma once
+
+#include <array>
 
 #include "core/types.h"
 
@@ -26,5 +28,17 @@ struct PawnEntry {
 };
 
 static_assert(sizeof(PawnEntry) == 27 * 8);
+
+// One entry per slot, always replaced on a miss. An entry depends on the
+// pawn key alone, so the table may serve any board: one per process, like
+// the transposition table, and evaluations run on one thread at a time.
+struct PawnTable {
+    static constexpr std::size_t Size = 4096;
+    std::array<PawnEntry, Size> entries{};
+
+    PawnEntry& slot(std::uint64_t pawnKey) { return entries[pawnKey & (Size - 1)]; }
+};
+
+extern PawnTable g_pawnTable;
 
 }  // namespace morvane
