@@ -6,6 +6,10 @@
 
 namespace morvane {
 
+// The square tables keep one rank per line in right-aligned columns, so that a
+// square's value is found by rank and file at a glance; the formatter would
+// collapse the columns.
+// clang-format off
 const int pstPawnMg[64] = {
        0,    0,    0,    0,    0,    0,    0,    0,  // rank 1
       -6,    0,   -4,  -14,   -4,   20,   22,    2,  // rank 2
@@ -137,6 +141,7 @@ const int pstKingEg[64] = {
       16,   30,   42,   -3,   38,   35,   20,   10,  // rank 7
      -78,   28,   -3,   -1,   11,   32,   -1,  -80,  // rank 8
 };
+// clang-format on
 
 const int passedPawnBonusMg[8] = {0, -28, -23, -9, -16, -55, -49, 0};
 const int passedPawnBonusEg[8] = {0, -27, -32, -7, 17, 81, 130, 0};

@@ -11,7 +11,7 @@ Bitboard kingAtt[64];
 Bitboard rookMask[64], bishopMask[64];
 Bitboard rookMagic[64], bishopMagic[64];
 unsigned rookShift[64], bishopShift[64];
-int rookOffset[64], bishopOffset[64];
+unsigned rookOffset[64], bishopOffset[64];
 std::vector<Bitboard> rookTableFlat, bishopTableFlat;
 
 bool attacksInit = false;
@@ -122,18 +122,18 @@ void init_magics() {
     std::vector<Bitboard> rookBlocks[64], bishopBlocks[64];
     for (Square s = 0; s < 64; ++s) {
         rookMask[s] = relevant_mask(s, RookDirs);
-        rookShift[s] = 64 - popcount(rookMask[s]);
+        rookShift[s] = static_cast<unsigned>(64 - popcount(rookMask[s]));
         rookMagic[s] = find_magic(s, rookMask[s], rookShift[s], RookDirs, rookBlocks[s]);
         bishopMask[s] = relevant_mask(s, BishopDirs);
-        bishopShift[s] = 64 - popcount(bishopMask[s]);
+        bishopShift[s] = static_cast<unsigned>(64 - popcount(bishopMask[s]));
         bishopMagic[s] = find_magic(s, bishopMask[s], bishopShift[s], BishopDirs, bishopBlocks[s]);
     }
-    int rookTotal = 0, bishopTotal = 0;
+    unsigned rookTotal = 0, bishopTotal = 0;
     for (Square s = 0; s < 64; ++s) {
         rookOffset[s] = rookTotal;
         bishopOffset[s] = bishopTotal;
-        rookTotal += static_cast<int>(rookBlocks[s].size());
-        bishopTotal += static_cast<int>(bishopBlocks[s].size());
+        rookTotal += static_cast<unsigned>(rookBlocks[s].size());
+        bishopTotal += static_cast<unsigned>(bishopBlocks[s].size());
     }
     rookTableFlat.assign(rookTotal, 0);
     bishopTableFlat.assign(bishopTotal, 0);

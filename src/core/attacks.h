@@ -16,7 +16,7 @@ extern Bitboard kingAtt[64];
 extern Bitboard rookMask[64], bishopMask[64];
 extern Bitboard rookMagic[64], bishopMagic[64];
 extern unsigned rookShift[64], bishopShift[64];
-extern int rookOffset[64], bishopOffset[64];
+extern unsigned rookOffset[64], bishopOffset[64];
 extern std::vector<Bitboard> rookTableFlat, bishopTableFlat;
 
 extern bool attacksInit;

@@ -74,8 +74,8 @@ bool iteration_fits(int depth, std::uint64_t previousIterationMs) {
     const auto leftMs = std::chrono::duration_cast<std::chrono::milliseconds>(deadline - now).count();
     // An iteration costs a few times the previous one: do not start one
     // that cannot finish.
-    if (depth >= 2 && previousIterationMs >= 1 &&
-        static_cast<std::int64_t>(g_config.time_predictive_growth_factor * previousIterationMs) > leftMs) {
+    const auto growth = static_cast<std::uint64_t>(g_config.time_predictive_growth_factor);
+    if (depth >= 2 && previousIterationMs >= 1 && static_cast<std::int64_t>(growth * previousIterationMs) > leftMs) {
         g_hasDeadline.store(false, std::memory_order_relaxed);
         return false;
     }

@@ -41,7 +41,7 @@ std::string csv_row_problem(const std::string& line, std::string& id, int& score
     long long v = 0, s = 0, max = 0;
     // eval_cp, profondeur, nodes, temps_ms, resolues, analysees.
     const struct {
-        int field;
+        std::size_t field;
         long long low, high;
     } numbers[] = {{4, INT_MIN, INT_MAX}, {7, 0, INT_MAX}, {8, 0, LLONG_MAX},
                    {9, 0, LLONG_MAX},     {13, 0, INT_MAX}, {14, 1, INT_MAX}};
