@@ -4,9 +4,9 @@
 // Usage: bench [depth]        (default 10)
 //        bench overrun [ms]   (searches each position with a movetime, default
 //                             100, and reports how far the answer came late)
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
-#include <algorithm>
 #include <iostream>
 #include <string>
 
@@ -95,9 +95,11 @@ int main(int argc, char** argv) {
         std::uint64_t nodes = 0;
         const SearchResult r = iterative_deepening(board, limits, [&](const SearchResult& it) { nodes += it.nodes; });
         totalNodes += nodes;
-        std::cout << nodes << " nodes, best " << move_to_uci(r.best_move) << " score " << r.score << "  " << fen << '\n';
+        std::cout << nodes << " nodes, best " << move_to_uci(r.best_move) << " score " << r.score << "  " << fen
+                  << '\n';
     }
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
-    std::cout << "Total nodes: " << totalNodes << "\nNodes per second: " << static_cast<std::uint64_t>(totalNodes / seconds)
-              << "\nTime: " << seconds << " s\n";
+    std::cout << "Total nodes: " << totalNodes
+              << "\nNodes per second: " << static_cast<std::uint64_t>(totalNodes / seconds) << "\nTime: " << seconds
+              << " s\n";
 }

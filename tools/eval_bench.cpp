@@ -71,6 +71,7 @@ int main(int argc, char** argv) {
     const double loading = pass(board, positions, rounds, false, ignored, ignored);
     const double total = pass(board, positions, rounds, true, evals, checksum);
     const double seconds = total - loading;
-    std::cout << evals << " evaluations in " << seconds << " s (loading " << loading << " s subtracted): "
-              << static_cast<long long>(evals / seconds) << " per second (checksum " << checksum << ")\n";
+    std::cout << evals << " evaluations in " << seconds << " s (loading " << loading
+              << " s subtracted): " << static_cast<long long>(evals / seconds) << " per second (checksum " << checksum
+              << ")\n";
 }

@@ -33,27 +33,44 @@ namespace {
 
 constexpr int AnswerMs = 20000;  // sanitizer builds are slow; a hang is far longer
 
-const char* const Words[] = {"uci", "isready", "position", "startpos", "fen", "moves", "go", "depth", "wtime",
-                             "btime", "winc", "binc", "movetime", "movestogo", "nodes", "ponder", "ponderhit",
-                             "infinite", "stop", "setoption", "name", "value", "UseMobility", "UsePruning", "true",
-                             "false", "d", "ucinewgame", "e2e4", "e7e5", "e1g1", "a7a8q", "0000", "w", "b", "-",
-                             "KQkq", "e3", "8/8/8", "k7/8/8/8/8/8/8/7K", "\t", ""};
-const char* const Numbers[] = {"0", "1", "-1", "7", "100", "2147483647", "2147483648", "-2147483648", "4294967297",
-                               "9223372036854775807", "-9223372036854775808", "18446744073709551616",
-                               "99999999999999999999999", "1e9", "0x10", "+5", "-0", "12abc"};
+const char* const Words[] = {
+    "uci",       "isready",  "position", "startpos",   "fen",      "moves",     "go",          "depth",
+    "wtime",     "btime",    "winc",     "binc",       "movetime", "movestogo", "nodes",       "ponder",
+    "ponderhit", "infinite", "stop",     "setoption",  "name",     "value",     "UseMobility", "UsePruning",
+    "true",      "false",    "d",        "ucinewgame", "e2e4",     "e7e5",      "e1g1",        "a7a8q",
+    "0000",      "w",        "b",        "-",          "KQkq",     "e3",        "8/8/8",       "k7/8/8/8/8/8/8/7K",
+    "\t",        ""};
+const char* const Numbers[] = {"0",
+                               "1",
+                               "-1",
+                               "7",
+                               "100",
+                               "2147483647",
+                               "2147483648",
+                               "-2147483648",
+                               "4294967297",
+                               "9223372036854775807",
+                               "-9223372036854775808",
+                               "18446744073709551616",
+                               "99999999999999999999999",
+                               "1e9",
+                               "0x10",
+                               "+5",
+                               "-0",
+                               "12abc"};
 const char* const Fens[] = {
     "rnbqkbnr/pppppppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1",
     "r3k2r/p1ppqpb1/bn2pnp1/3PN3/1p2P3/2N2Q1p/PPPBBPPP/R3K2R w KQkq -",
-    "4k3/8/8/8/8/8/8/4K3 w KQkq - 0 1",          // rights without rooks
-    "4k3/8/8/8/8/8/8/4K3 w - e6 0 1",            // en passant without a pawn
-    "8/8/8/8/8/8/8/4K3 w - - 0 1",               // one king
-    "4k3/8/8/8/8/8/8/4KK2 w - - 0 1",            // two white kings
-    "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",            // pawn on the last rank
-    "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",           // side not to move in check
-    "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",    // impossible material
-    "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1",            // stalemate
-    "7k/6Q1/6K1/8/8/8/8/8 b - - 0 1",            // mate
-    "8/8/3k4/8/2P5/8/4K3/8 w - - 65535 1",       // tables, absurd halfmove clock
+    "4k3/8/8/8/8/8/8/4K3 w KQkq - 0 1",        // rights without rooks
+    "4k3/8/8/8/8/8/8/4K3 w - e6 0 1",          // en passant without a pawn
+    "8/8/8/8/8/8/8/4K3 w - - 0 1",             // one king
+    "4k3/8/8/8/8/8/8/4KK2 w - - 0 1",          // two white kings
+    "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",          // pawn on the last rank
+    "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",         // side not to move in check
+    "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",  // impossible material
+    "7k/5Q2/6K1/8/8/8/8/8 b - - 0 1",          // stalemate
+    "7k/6Q1/6K1/8/8/8/8/8 b - - 0 1",          // mate
+    "8/8/3k4/8/2P5/8/4K3/8 w - - 65535 1",     // tables, absurd halfmove clock
 };
 const std::string FenAlphabet = "pnbrqkPNBRQKx12345678/ wb-KQkqabcdefgh0123456789";
 
@@ -91,8 +108,11 @@ std::string mangled_fen(std::mt19937_64& rng) {
         const std::size_t at = rng() % (fen.size() + 1);
         switch (rng() % 3) {
             case 0: fen.insert(at, 1, FenAlphabet[rng() % FenAlphabet.size()]); break;
-            case 1: if (at < fen.size()) fen.erase(at, 1); break;
-            default: if (at < fen.size()) fen[at] = FenAlphabet[rng() % FenAlphabet.size()];
+            case 1:
+                if (at < fen.size()) fen.erase(at, 1);
+                break;
+            default:
+                if (at < fen.size()) fen[at] = FenAlphabet[rng() % FenAlphabet.size()];
         }
     }
     return fen;
@@ -116,8 +136,8 @@ std::string write_config(std::mt19937_64& rng, const std::filesystem::path& dir,
 }
 
 std::string go_line(std::mt19937_64& rng) {
-    static const char* const keywords[] = {"depth", "wtime", "btime", "winc", "binc", "movetime", "movestogo",
-                                           "nodes", "ponder", "infinite", "perft"};
+    static const char* const keywords[] = {"depth",     "wtime", "btime",  "winc",     "binc", "movetime",
+                                           "movestogo", "nodes", "ponder", "infinite", "perft"};
     std::string line = "go";
     for (int k = static_cast<int>(rng() % 5); k > 0; --k) {
         const std::string keyword = pick(keywords, rng);

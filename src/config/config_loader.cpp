@@ -88,8 +88,7 @@ void enforce_bounds(const std::string& path, EngineConfig& config) {
         ++corrections;
     }
     if (corrections)
-        std::cerr << "info string " << path << " : " << corrections
-                  << " valeur(s) ramenee(s) a une borne minimale\n";
+        std::cerr << "info string " << path << " : " << corrections << " valeur(s) ramenee(s) a une borne minimale\n";
 }
 
 }  // namespace
@@ -178,8 +177,8 @@ bool load_config(const std::string& path, EngineConfig& config) {
 
     enforce_bounds(path, config);
     if (config.auto_rescale_on_load && config.material_pawn != 100) {
-        std::cerr << "info string " << path << " : auto_rescale_on_load actif, material_pawn="
-                  << config.material_pawn << " != 100\n";
+        std::cerr << "info string " << path << " : auto_rescale_on_load actif, material_pawn=" << config.material_pawn
+                  << " != 100\n";
         rescale_to_pawn_100(config);
     }
     clamp_to_safe_ranges(path, config);  // last: rescaling can push values out again

@@ -161,8 +161,6 @@ void init_attacks() {
     attacksInit = true;
 }
 
-
-
 std::string square_to_string(Square s) {
     if (s == NO_SQUARE) return "-";
     return {static_cast<char>('a' + file_of(s)), static_cast<char>('1' + rank_of(s))};

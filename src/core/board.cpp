@@ -147,7 +147,7 @@ void Board::set_fen(const std::string& fenText) {
         } else {
             const int code = piece_code_of(ch);
             // An overlong rank or a ninth rank must never write off the board.
-            const char* problem = !code                   ? "FEN invalide: piece inconnue"
+            const char* problem = !code                  ? "FEN invalide: piece inconnue"
                                   : file > 7 || rank < 0 ? "FEN invalide: case hors de l'echiquier"
                                                          : nullptr;
             if (problem) {

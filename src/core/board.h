@@ -99,8 +99,8 @@ public:
     Bitboard attackers_to(Square s, Bitboard occ) const {
         const Bitboard queens = pieces(WHITE, QUEEN) | pieces(BLACK, QUEEN);
         return (knightAtt[s] & (pieces(WHITE, KNIGHT) | pieces(BLACK, KNIGHT))) |
-               (kingAtt[s] & (pieces(WHITE, KING) | pieces(BLACK, KING))) |
-               (pawnAtt[WHITE][s] & pieces(BLACK, PAWN)) | (pawnAtt[BLACK][s] & pieces(WHITE, PAWN)) |
+               (kingAtt[s] & (pieces(WHITE, KING) | pieces(BLACK, KING))) | (pawnAtt[WHITE][s] & pieces(BLACK, PAWN)) |
+               (pawnAtt[BLACK][s] & pieces(WHITE, PAWN)) |
                (bishop_attacks(s, occ) & (pieces(WHITE, BISHOP) | pieces(BLACK, BISHOP) | queens)) |
                (rook_attacks(s, occ) & (pieces(WHITE, ROOK) | pieces(BLACK, ROOK) | queens));
     }

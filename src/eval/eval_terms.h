@@ -37,8 +37,8 @@ struct EvalState {
     Bitboard pieces(Color c, int type) const { return board.pieces(c, type); }
     // Squares attacked by the pieces and pawns of c, its king excluded.
     Bitboard attacks_without_king(Color c) const {
-        return pawns->pawnAttacks[c] | attacksByType[c][KNIGHT] | attacksByType[c][BISHOP] |
-               attacksByType[c][ROOK] | attacksByType[c][QUEEN];
+        return pawns->pawnAttacks[c] | attacksByType[c][KNIGHT] | attacksByType[c][BISHOP] | attacksByType[c][ROOK] |
+               attacksByType[c][QUEEN];
     }
 };
 

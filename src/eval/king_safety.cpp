@@ -66,7 +66,8 @@ void chain_storm(EvalState& s, Color us) {
     int bonus = 0;
     for (Bitboard chain = own & king_wing(k) & s.pawns->pawnAttacks[us]; chain;) {
         const int ranksAway = std::abs(rank_of(pop_lsb(chain)) - rank_of(k));
-        if (ranksAway >= 1 && ranksAway <= 3) bonus += c.chain_storm_bonus_base - c.chain_storm_bonus_per_rank_away * (ranksAway - 1);
+        if (ranksAway >= 1 && ranksAway <= 3)
+            bonus += c.chain_storm_bonus_base - c.chain_storm_bonus_per_rank_away * (ranksAway - 1);
     }
     if (!s.pieces(us, QUEEN)) bonus -= percent_of(bonus, c.chain_storm_no_queen_reduction_pct);
     if (!s.pieces(us, ROOK)) bonus -= percent_of(bonus, c.chain_storm_no_rook_reduction_pct);
@@ -116,10 +117,20 @@ void king_danger(EvalState& s, Color us) {
     if (k == NO_SQUARE) return;
     const Color them = us ^ 1;
     const Bitboard zone = kingAtt[k] | square_bb(k);
-    const int weight[7] = {0, 0, c.king_danger_weight_knight, c.king_danger_weight_bishop, c.king_danger_weight_rook,
-                           c.king_danger_weight_queen, 0};
-    const int safeCheck[7] = {0, 0, c.king_danger_safe_check_knight, c.king_danger_safe_check_bishop,
-                              c.king_danger_safe_check_rook, c.king_danger_safe_check_queen, 0};
+    const int weight[7] = {0,
+                           0,
+                           c.king_danger_weight_knight,
+                           c.king_danger_weight_bishop,
+                           c.king_danger_weight_rook,
+                           c.king_danger_weight_queen,
+                           0};
+    const int safeCheck[7] = {0,
+                              0,
+                              c.king_danger_safe_check_knight,
+                              c.king_danger_safe_check_bishop,
+                              c.king_danger_safe_check_rook,
+                              c.king_danger_safe_check_queen,
+                              0};
     const int xrayDivisor = std::max(c.king_danger_xray_divisor, 1);
 
     // Squares from which each kind of piece would give check.
@@ -133,8 +144,7 @@ void king_danger(EvalState& s, Color us) {
                  zone_attackers<QUEEN>(s.pieceAttacks[them][QUEEN], zone, b.occupied(), weight[QUEEN], xrayDivisor);
     for (int type = KNIGHT; type <= QUEEN; ++type)
         if (checkFrom[type] & s.attacksByType[them][type] & safe) danger += safeCheck[type];
-    danger += c.king_danger_deflection_bonus *
-              popcount(kingAtt[k] & s.attackMap[them] & ~s.attacks_without_king(us));
+    danger += c.king_danger_deflection_bonus * popcount(kingAtt[k] & s.attackMap[them] & ~s.attacks_without_king(us));
 
     if (danger <= 0) return;
     if (!b.pieces(them, QUEEN)) danger -= percent_of(danger, c.king_danger_no_queen_reduction_pct);

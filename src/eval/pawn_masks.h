@@ -7,9 +7,7 @@ namespace morvane {
 
 constexpr Bitboard AllSquares = ~Bitboard{0};
 
-constexpr Bitboard adjacent_files(int f) {
-    return (f > 0 ? file_bb(f - 1) : 0) | (f < 7 ? file_bb(f + 1) : 0);
-}
+constexpr Bitboard adjacent_files(int f) { return (f > 0 ? file_bb(f - 1) : 0) | (f < 7 ? file_bb(f + 1) : 0); }
 
 // Ranks strictly in front of rank r for colour c.
 constexpr Bitboard ranks_ahead(Color c, int r) {

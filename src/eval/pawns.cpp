@@ -1,8 +1,8 @@
 // Pawn structure: everything that depends on the pawns alone is computed
 // once per pawn configuration and cached; the weights are applied afresh at
 // every call so that the cache never goes stale when parameters change.
-#include "eval/evaluate.h"
 #include "eval/eval_terms.h"
+#include "eval/evaluate.h"
 #include "eval/pawn_masks.h"
 
 #include <algorithm>
@@ -28,8 +28,7 @@ void compute_side(PawnEntry& e, Color c, Bitboard own, Bitboard enemy) {
         const Square stop = c == WHITE ? s + 8 : s - 8;
         if (stop >= 0 && stop < 64 && (pawnAtt[c][stop] & enemy) && !(own & adjacent_files(f) & behind))
             e.backward[c] |= square_bb(s);
-        if (!passed && popcount(enemy & span & ahead) < popcount(own & span & behind))
-            e.candidates[c] |= square_bb(s);
+        if (!passed && popcount(enemy & span & ahead) < popcount(own & span & behind)) e.candidates[c] |= square_bb(s);
     }
     constexpr Bitboard QueenSide = 0x0F0F0F0F0F0F0F0FULL;
     const Bitboard allPawns = own | enemy;

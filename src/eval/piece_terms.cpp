@@ -22,7 +22,8 @@ void apply_imbalances(EvalState& s) {
         auto n = [&](Color side, int type) { return popcount(s.pieces(side, type)); };
         const int r = n(us, ROOK), bi = n(us, BISHOP), kn = n(us, KNIGHT), q = n(us, QUEEN);
         const int pawnDiff = n(them, PAWN) - n(us, PAWN);
-        const bool loneQueen = n(them, ROOK) == 0 && n(them, BISHOP) == 0 && n(them, KNIGHT) == 0 && n(them, QUEEN) == 1;
+        const bool loneQueen = n(them, ROOK) == 0 && n(them, BISHOP) == 0 && n(them, KNIGHT) == 0 &&
+                               n(them, QUEEN) == 1;
         const bool loneRook = n(them, ROOK) == 1 && n(them, BISHOP) == 0 && n(them, KNIGHT) == 0 && n(them, QUEEN) == 0;
         if (q != 0) continue;
         if (r == 1 && bi == 1 && kn == 0 && loneQueen)

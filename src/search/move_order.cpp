@@ -44,7 +44,8 @@ bool middling_total(int total) { return total >= 2 && total <= 6; }
 
 int material_difference(const Board& b) {
     const EngineConfig& c = g_config;
-    const int values[7] = {0, c.material_pawn, c.material_knight, c.material_bishop, c.material_rook, c.material_queen, 0};
+    const int values[7] = {0, c.material_pawn, c.material_knight, c.material_bishop, c.material_rook, c.material_queen,
+                           0};
     int diff = 0;
     for (int type = PAWN; type <= QUEEN; ++type)
         diff += (popcount(b.pieces(WHITE, type)) - popcount(b.pieces(BLACK, type))) * values[type];
@@ -105,8 +106,7 @@ int king_threat_adjusted(const Board& b, Move m, int h) {
 
 }  // namespace
 
-void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx, int ply, Move ttMove,
-                 Move prevMove) {
+void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx, int ply, Move ttMove, Move prevMove) {
     const EngineConfig& c = g_config;
     const Color us = board.side_to_move();
     const Square prevTo = prevMove ? move_to(prevMove) : NO_SQUARE;
@@ -132,11 +132,11 @@ void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx,
                                         : victim == ROOK   ? c.material_rook
                                         : victim == QUEEN  ? c.material_queen
                                                            : 0;
-                good = ex >= (victimValue < c.capture_margin_value_threshold ? c.capture_margin_low
-                                                                              : c.capture_margin_high);
+                good = ex >=
+                       (victimValue < c.capture_margin_value_threshold ? c.capture_margin_low : c.capture_margin_high);
             }
-            int term =
-                c.capture_history_enabled ? ctx.captureHistory[board.piece_on(move_from(m))][move_to(m)][victim] : 0;
+            int term = c.capture_history_enabled ? ctx.captureHistory[board.piece_on(move_from(m))][move_to(m)][victim]
+                                                 : 0;
             if (prevMove && move_to(m) == prevTo && !opening) term += c.recapture_bonus;
             sm.score = ex + term + (good ? 1000000 : -900000);
             continue;

@@ -48,7 +48,8 @@ int late_move_reduction(int depth, int searched) {
             const double ld = lnTables.depth[std::min(depth, MAX_PLY - 1)];
             const double lm = lnTables.move[std::min(searched, MAX_MOVES - 1)];
             const long r = std::lround(c.lmr_loglog_a_permille / 1000.0 + c.lmr_loglog_b_permille / 1000.0 * ld +
-                                       c.lmr_loglog_c_permille / 1000.0 * lm + c.lmr_loglog_d_permille / 1000.0 * ld * lm);
+                                       c.lmr_loglog_c_permille / 1000.0 * lm +
+                                       c.lmr_loglog_d_permille / 1000.0 * ld * lm);
             return r < 0 ? 0 : static_cast<int>(r);
         }
         case 4: return depth < 9 ? 3 : depth / 6 + 2;

@@ -16,13 +16,13 @@ namespace morvane {
 constexpr int MAX_DEPTH = 128;
 
 struct SearchLimits {
-    int depth = 0;                 // below 1: no depth limit (64)
-    std::int64_t movetime = -1;    // ms; negative: not given
+    int depth = 0;               // below 1: no depth limit (64)
+    std::int64_t movetime = -1;  // ms; negative: not given
     std::int64_t wtime = -1, btime = -1;
     std::int64_t winc = 0, binc = 0;
-    int movestogo = 0;             // below 1: not given
-    std::uint64_t nodes = 0;       // stop after about this many nodes; 0: no limit
-    bool ponder = false;           // the caller sets the deadline later, at "ponderhit"
+    int movestogo = 0;        // below 1: not given
+    std::uint64_t nodes = 0;  // stop after about this many nodes; 0: no limit
+    bool ponder = false;      // the caller sets the deadline later, at "ponderhit"
 };
 
 struct SearchResult {

@@ -18,13 +18,13 @@ constexpr int HISTORY_CAP = 800000;
 // its parent's record for the move that led to it; a child's extension
 // count is written by its parent before the child is searched.
 struct PlyRecord {
-    Move move;          // the move being searched from this node
-    bool nullMove;      // that move is a null move (move is then NULL_MOVE)
-    Move excluded;      // left out of this node by a singular verification
-    int extensions;     // extensions already spent on the path to this node
-    int staticEval;     // NO_EVAL when the side to move is in check
+    Move move;       // the move being searched from this node
+    bool nullMove;   // that move is a null move (move is then NULL_MOVE)
+    Move excluded;   // left out of this node by a singular verification
+    int extensions;  // extensions already spent on the path to this node
+    int staticEval;  // NO_EVAL when the side to move is in check
     int pvLength;
-    Move pv[MAX_PLY];   // the principal variation from this node
+    Move pv[MAX_PLY];  // the principal variation from this node
 };
 
 struct SearchContext {
@@ -49,8 +49,7 @@ struct SearchContext {
 };
 
 // Orders the moves of a node, best first.
-void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx, int ply, Move ttMove,
-                 Move prevMove);
+void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx, int ply, Move ttMove, Move prevMove);
 
 // Heuristic updates after move m caused a beta cutoff at remaining depth.
 void update_cutoff_heuristics(const Board& board, SearchContext& ctx, Move m, int depth, int ply, Move prevMove,

@@ -25,8 +25,6 @@ std::string LockedReport::open(const std::string& path) {
     return "";
 }
 
-bool LockedReport::truncate(std::size_t length) {
-    return ::ftruncate(fd_, static_cast<off_t>(length)) == 0;
-}
+bool LockedReport::truncate(std::size_t length) { return ::ftruncate(fd_, static_cast<off_t>(length)) == 0; }
 
 }  // namespace morvane

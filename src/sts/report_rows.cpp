@@ -43,7 +43,7 @@ std::string csv_row_problem(const std::string& line, std::string& id, int& score
     const struct {
         std::size_t field;
         long long low, high;
-    } numbers[] = {{4, INT_MIN, INT_MAX}, {7, 0, INT_MAX}, {8, 0, LLONG_MAX},
+    } numbers[] = {{4, INT_MIN, INT_MAX}, {7, 0, INT_MAX},  {8, 0, LLONG_MAX},
                    {9, 0, LLONG_MAX},     {13, 0, INT_MAX}, {14, 1, INT_MAX}};
     for (const auto& n : numbers)
         if (!whole_number(f[n.field], n.low, n.high, v))
@@ -87,8 +87,7 @@ PreviousReport read_previous_report(const std::string& content) {
         int score = 0, scoreMax = 0;
         if (const std::string why = csv_row_problem(line, id, score, scoreMax); !why.empty())
             report.rejected.push_back("ligne " + std::to_string(number) + " : " + why);
-        else
-            report.finished[id] = {score, scoreMax};
+        else report.finished[id] = {score, scoreMax};
     }
     return report;
 }

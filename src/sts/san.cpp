@@ -8,9 +8,7 @@ namespace {
 
 constexpr char PieceLetter[7] = {' ', 'P', 'N', 'B', 'R', 'Q', 'K'};
 
-std::string square_name(Square s) {
-    return {static_cast<char>('a' + file_of(s)), static_cast<char>('1' + rank_of(s))};
-}
+std::string square_name(Square s) { return {static_cast<char>('a' + file_of(s)), static_cast<char>('1' + rank_of(s))}; }
 
 int piece_type_from_letter(char ch) {
     switch (ch) {

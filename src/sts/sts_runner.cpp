@@ -60,7 +60,7 @@ void rank_expected_move(Board& board, const SearchResult& result, Move expected,
     if (result.depth > 0) {
         ctx->reset();
         out.expected_eval_cp = search_root_move(board, *ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE,
-                                                 RootCheckExtension::EveryCheckUncounted);
+                                                RootCheckExtension::EveryCheckUncounted);
     }
     out.expected_known = true;
 }
@@ -200,7 +200,8 @@ bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
     if (!resumed.empty()) {
         txt << "\n--- Reprise (--continue), " << resumed.size() << " position(s) precedente(s) reintegrees ---\n";
     } else {
-        txt << "=== Rapport de suite de tests (style STS) ===\n" << "Fichier source : " << epd_path << '\n';
+        txt << "=== Rapport de suite de tests (style STS) ===\n"
+            << "Fichier source : " << epd_path << '\n';
         if (depth > 0) txt << "Profondeur fixe : " << depth << '\n';
         if (movetime_ms > 0) txt << "Temps fixe par position : " << movetime_ms << " ms\n";
         txt << "(eval en centipawns, point de vue du camp au trait dans CHAQUE position -- pas toujours Blancs)\n"
@@ -228,8 +229,9 @@ bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
         if (o.bm_unrecognised) ++t.unrecognised;
 
         txt << key << " : attendu=[" << o.expected << "] joue=" << o.played_san << " (" << o.played_uci << ")"
-            << " eval=" << o.eval_cp << "cp" << " score=" << o.score << "/" << o.score_max
-            << " profondeur=" << o.depth << " nodes=" << o.nodes << " temps=" << o.time_ms << "ms";
+            << " eval=" << o.eval_cp << "cp"
+            << " score=" << o.score << "/" << o.score_max << " profondeur=" << o.depth << " nodes=" << o.nodes
+            << " temps=" << o.time_ms << "ms";
         if (o.expected_known) {
             txt << "  [coup attendu : rang=";
             if (o.expected_rank) txt << o.expected_rank;
@@ -246,23 +248,24 @@ bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
         txt.flush();
 
         csv << '"' << key << "\",\"" << o.expected << "\",\"" << o.played_san << "\"," << o.played_uci << ','
-            << o.eval_cp << ',' << o.score << ',' << o.score_max << ',' << o.depth << ',' << o.nodes << ','
-            << o.time_ms << ',';
+            << o.eval_cp << ',' << o.score << ',' << o.score_max << ',' << o.depth << ',' << o.nodes << ',' << o.time_ms
+            << ',';
         if (o.expected_known) csv << o.expected_rank << ',' << o.expected_eval_cp;
         else csv << ',';
         csv << ',' << (o.bm_unrecognised ? "oui" : "non") << ',' << t.solved << ',' << t.analysed << '\n';
         csv.flush();
 
         std::cerr << "[" << t.analysed << "/" << suite.size() << "] " << key << " : attendu=" << o.expected
-                  << " joue=" << o.played_uci << " score=" << o.score << "/" << o.score_max
-                  << "  resolues=" << t.solved << "/" << t.analysed << std::endl;
+                  << " joue=" << o.played_uci << " score=" << o.score << "/" << o.score_max << "  resolues=" << t.solved
+                  << "/" << t.analysed << std::endl;
     }
 
     if (t.resumed)
         std::cerr << t.resumed << " position(s) deja testee(s) (reprise), reintegrees au total sans reteste."
                   << std::endl;
     const std::string pct = percentage_text(t.score, t.scoreMax);
-    txt << "\n=== Resultat ===\n" << "Positions au total : " << t.analysed;
+    txt << "\n=== Resultat ===\n"
+        << "Positions au total : " << t.analysed;
     if (t.resumed) txt << " (dont " << t.resumed << " reprises d'un lancement precedent)";
     txt << '\n' << "Score total : " << t.score << " / " << t.scoreMax << " (" << pct << "%)\n";
     if (t.unrecognised)

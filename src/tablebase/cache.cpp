@@ -109,8 +109,7 @@ bool write_embedded_file(int dirFd, const char* name, const unsigned char* data,
     // One temporary name per process and call: concurrent writers never
     // share a file, and O_EXCL refuses anything already standing there.
     static unsigned serial = 0;
-    const std::string tmp =
-        std::string(name) + ".tmp." + std::to_string(::getpid()) + "." + std::to_string(serial++);
+    const std::string tmp = std::string(name) + ".tmp." + std::to_string(::getpid()) + "." + std::to_string(serial++);
     int fd = ::openat(dirFd, tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0) return false;
     bool ok = write_all(fd, data, size);
@@ -150,12 +149,9 @@ std::string extract_embedded_to_cache() {
     int extracted = 0, cached = 0, failed = 0;
     auto handle = [&](const syzygy_embedded::EmbeddedFile& f) {
         const auto size = static_cast<std::size_t>(f.size);
-        if (holds_embedded_copy(dirFd.fd, f.name, f.data, size))
-            ++cached;
-        else if (write_embedded_file(dirFd.fd, f.name, f.data, size))
-            ++extracted;
-        else
-            ++failed;
+        if (holds_embedded_copy(dirFd.fd, f.name, f.data, size)) ++cached;
+        else if (write_embedded_file(dirFd.fd, f.name, f.data, size)) ++extracted;
+        else ++failed;
     };
     for (const auto& f : syzygy_embedded::files_3) handle(f);
     for (const auto& f : syzygy_embedded::files_4) handle(f);

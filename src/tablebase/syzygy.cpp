@@ -18,8 +18,16 @@ struct TbArgs {
 TbArgs args_of(const Board& b) {
     auto both = [&](int type) { return b.pieces(WHITE, type) | b.pieces(BLACK, type); };
     int ep = b.state().epSquare;
-    return {b.pieces(WHITE), b.pieces(BLACK), both(KING), both(QUEEN), both(ROOK), both(BISHOP),
-            both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : static_cast<unsigned>(ep), b.side_to_move() == WHITE};
+    return {b.pieces(WHITE),
+            b.pieces(BLACK),
+            both(KING),
+            both(QUEEN),
+            both(ROOK),
+            both(BISHOP),
+            both(KNIGHT),
+            both(PAWN),
+            ep == NO_SQUARE ? 0u : static_cast<unsigned>(ep),
+            b.side_to_move() == WHITE};
 }
 
 bool outside_tables(const Board& b) {
@@ -47,8 +55,8 @@ bool syzygy_probe_search(const Board& board, int ply, int& score) {
     // Stored values hold only right after a capture or pawn move.
     if (board.state().halfmove != 0) return false;
     TbArgs a = args_of(board);
-    unsigned wdl = tb_probe_wdl_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns,
-                                     a.ep, a.turn);
+    unsigned wdl = tb_probe_wdl_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns, a.ep,
+                                     a.turn);
     if (wdl == TB_RESULT_FAILED) return false;
     score = wdl == TB_WIN ? TB_WIN_SCORE - ply : wdl == TB_LOSS ? ply - TB_WIN_SCORE : 0;
     return true;
@@ -64,12 +72,10 @@ bool syzygy_root_probe(Board& board, TbRootMove& result) {
     Square from = static_cast<Square>(tb_result_from(r)), to = static_cast<Square>(tb_result_to(r));
     unsigned promo = tb_result_promotes(r);
     Move m;
-    if (tb_result_ep(r))
-        m = make_move(from, to, FLAG_EN_PASSANT);
+    if (tb_result_ep(r)) m = make_move(from, to, FLAG_EN_PASSANT);
     else if (promo >= 1 && promo <= 4)
         m = make_move(from, to, FLAG_PROMOTION, static_cast<int>(4 - promo));  // Q 3, R 2, B 1, N 0
-    else
-        m = make_move(from, to);
+    else m = make_move(from, to);
     unsigned wdl = tb_result_wdl(r);
     result.move = m;
     result.score = wdl == TB_WIN ? TB_WIN_SCORE : wdl == TB_LOSS ? -TB_WIN_SCORE : 0;

@@ -85,10 +85,8 @@ inline bool parse_material(const std::string& name, Material& m) {
         if (t == 0) return false;
         int colour = i < v ? 0 : 1;
         if (t == 6) continue;
-        if (t == 1)
-            colour == 0 ? ++whiteP : ++blackP;
-        else
-            others[no++] = t + 8 * colour;
+        if (t == 1) colour == 0 ? ++whiteP : ++blackP;
+        else others[no++] = t + 8 * colour;
     }
     // Our layout holds tables of at most four pieces.
     if (2 + whiteP + blackP + no > 4) return false;
@@ -196,10 +194,8 @@ inline void decode(const Material& m, std::uint32_t idx, int* sq) {
         sq[i] = squareOrder.square[idx & 63];
         idx >>= 6;
     }
-    if (m.pawns)
-        sq[0] = static_cast<int>((idx / 4 + 1) * 8 + idx % 4);
-    else
-        sq[0] = triangle_square(static_cast<int>(idx));
+    if (m.pawns) sq[0] = static_cast<int>((idx / 4 + 1) * 8 + idx % 4);
+    else sq[0] = triangle_square(static_cast<int>(idx));
 }
 
 inline std::uint32_t read_u32(const unsigned char* p) {
@@ -236,7 +232,8 @@ inline bool build_code(const unsigned char* triples, int count, Code& code) {
         std::uint32_t first = next << (maxCodeLength - l);
         std::uint32_t span = 1u << (maxCodeLength - l);
         if (first + span > (1u << maxCodeLength)) return false;
-        for (std::uint32_t e = 0; e < span; ++e) code.entry[first + e] = static_cast<std::uint16_t>(sym(order[k]) << 4 | l);
+        for (std::uint32_t e = 0; e < span; ++e)
+            code.entry[first + e] = static_cast<std::uint16_t>(sym(order[k]) << 4 | l);
         ++next;
     }
     return true;
@@ -274,10 +271,8 @@ inline bool setup_part(const unsigned char* p, const unsigned char* end, int blo
     int nr = read_u16(p);
     p += 2;
     if (end - p < 3 * nr) return false;
-    if (nr == 0)
-        std::fill(std::begin(part.runs.entry), std::end(part.runs.entry), std::uint16_t{0});
-    else if (!build_code(p, nr, part.runs))
-        return false;
+    if (nr == 0) std::fill(std::begin(part.runs.entry), std::end(part.runs.entry), std::uint16_t{0});
+    else if (!build_code(p, nr, part.runs)) return false;
     p += 3 * nr;
     // 64-bit count: a block count of 2^32 - 1 must not wrap to zero offsets.
     const std::uint64_t offsetBytes = 4 * (std::uint64_t{part.blocks} + 1);

@@ -139,7 +139,8 @@ TbPos do_move(const TbPos& p, TbMove m) {
 
 int add_pawn_moves(TbMove* out, int n, int from, int to, bool ep) {
     if (to < 8 || to >= 56) {
-        for (std::uint8_t pr = 1; pr <= 4; ++pr) out[n++] = {static_cast<std::uint8_t>(from), static_cast<std::uint8_t>(to), pr, false};
+        for (std::uint8_t pr = 1; pr <= 4; ++pr)
+            out[n++] = {static_cast<std::uint8_t>(from), static_cast<std::uint8_t>(to), pr, false};
     } else {
         out[n++] = {static_cast<std::uint8_t>(from), static_cast<std::uint8_t>(to), 0, ep};
     }
@@ -516,10 +517,8 @@ int probe_wdl(const TbPos& p, int* success) {
                 *success = 2;
                 return 2;
             }
-            if (!moves[i].ep)
-                bestCap = v;
-            else if (v > bestEp)
-                bestEp = v;
+            if (!moves[i].ep) bestCap = v;
+            else if (v > bestEp) bestEp = v;
         }
     }
     int v = probe_table(p, WDL, success);
@@ -670,10 +669,8 @@ unsigned probe_root(const TbPos& p, unsigned* results) {
             v = 1;
         } else if (q.rule50 != 0) {
             v = -probe_dtz(q, &success);
-            if (v > 0)
-                ++v;
-            else if (v < 0)
-                --v;
+            if (v > 0) ++v;
+            else if (v < 0) --v;
         } else {
             v = -probe_wdl(q, &success);
             v = WdlToDtz[v + 2];
@@ -752,8 +749,8 @@ bool tb_init(const char* path) {
         pawnEntries->reserve(1024);
     }
 
-    static const char* const patterns[] = {"K%cvK",        "K%cvK%c",     "K%c%cvK",     "K%c%cvK%c",
-                                           "K%c%c%cvK",    "K%c%cvK%c%c", "K%c%c%cvK%c", "K%c%c%c%cvK",
+    static const char* const patterns[] = {"K%cvK",         "K%cvK%c",       "K%c%cvK",      "K%c%cvK%c",
+                                           "K%c%c%cvK",     "K%c%cvK%c%c",   "K%c%c%cvK%c",  "K%c%c%c%cvK",
                                            "K%c%c%c%c%cvK", "K%c%c%c%cvK%c", "K%c%c%cvK%c%c"};
     const char letters[] = "QRBNP";
     for (const char* pattern : patterns) {

@@ -65,8 +65,7 @@ void print_usage(const char* program) {
               << "  sur l'autre). Au moins un des deux est requis.\n"
               << "  Produit <base_rapport>.txt et <base_rapport>.csv, ecrits au fur et a mesure.\n"
               << "  --continue : reprend un test interrompu (meme fichier EPD requis) au lieu de\n"
-              << "               redemarrer depuis zero (comportement par defaut sans cette option)."
-              << std::endl;
+              << "               redemarrer depuis zero (comportement par defaut sans cette option)." << std::endl;
 }
 
 }  // namespace

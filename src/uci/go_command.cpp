@@ -64,8 +64,8 @@ void search_thread_body(Board& board, SearchLimits limits) {
     try {
         best = iterative_deepening(board, limits, print_info_line).best_move;
     } catch (const std::exception& e) {
-        std::cerr << "info string EXCEPTION pendant la recherche: " << e.what()
-                  << " -- repli sur le premier coup legal" << std::endl;
+        std::cerr << "info string EXCEPTION pendant la recherche: " << e.what() << " -- repli sur le premier coup legal"
+                  << std::endl;
         best = fallback_move(board, rootPly);
     } catch (...) {
         std::cerr << "info string EXCEPTION inconnue pendant la recherche -- repli sur le premier coup legal"

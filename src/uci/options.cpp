@@ -57,7 +57,8 @@ void set_config_path(const std::string& value) {
         return;
     }
     const bool loaded = load_config(value, g_config);
-    std::cerr << (loaded ? "info string configuration rechargee depuis " : "info string impossible de charger la configuration depuis ")
+    std::cerr << (loaded ? "info string configuration rechargee depuis "
+                         : "info string impossible de charger la configuration depuis ")
               << '"' << value << '"' << std::endl;
 }
 

@@ -49,9 +49,9 @@ TEST_F(ConfigLoaderTest, EntriesSpanLinesAndCommentsAreSkipped) {
 }
 
 TEST_F(ConfigLoaderTest, EachProblemHasItsMessage) {
-    EXPECT_EQ(load("bogus 5 material_rook 600\n"),
-              p() + " : cle inconnue ignoree \"bogus\"\n" + p() + " : cle inconnue ignoree \"5\"\n" + p() +
-                  " charge (1 entrees)\n");
+    EXPECT_EQ(load("bogus 5 material_rook 600\n"), p() + " : cle inconnue ignoree \"bogus\"\n" + p() +
+                                                       " : cle inconnue ignoree \"5\"\n" + p() +
+                                                       " charge (1 entrees)\n");
     EXPECT_EQ(config.material_rook, 600);
 
     EXPECT_EQ(load("null_move_reduction x3\n"),
@@ -91,22 +91,24 @@ TEST_F(ConfigLoaderTest, RescalingToAHundredUnitPawn) {
               std::string::npos);
     EXPECT_EQ(config.material_pawn, 100);
     EXPECT_EQ(config.material_knight, 420);
-    EXPECT_EQ(config.pst_pawn_mg[8], -8);           // -7.5 rounds away from zero
-    EXPECT_EQ(config.lazy_eval_margin_min, 150);    // search-side prefix
+    EXPECT_EQ(config.pst_pawn_mg[8], -8);         // -7.5 rounds away from zero
+    EXPECT_EQ(config.lazy_eval_margin_min, 150);  // search-side prefix
     EXPECT_EQ(config.null_move_reduction, 2);
-    EXPECT_EQ(config.threat_see_penalty_pct, 5);    // a ratio, not centipawns
-    EXPECT_EQ(config.mobility_enabled, 1);          // switches never scale
+    EXPECT_EQ(config.threat_see_penalty_pct, 5);  // a ratio, not centipawns
+    EXPECT_EQ(config.mobility_enabled, 1);        // switches never scale
     EXPECT_EQ(config.countermove_bonus_score, 850000);
-    EXPECT_EQ(config.kaufman_knight_per_pawn, 6);   // not reachable from files
+    EXPECT_EQ(config.kaufman_knight_per_pawn, 6);  // not reachable from files
 }
 
 TEST_F(ConfigLoaderTest, RescaledAndHugeValuesEndInTheirSafeRanges) {
     // material_pawn 0 is raised to 1 by the bounds, so every weight is
     // multiplied by 100: the products saturate, then the safe ranges apply.
-    const std::string err = load("auto_rescale_on_load 1 material_pawn 0 material_queen 2000000000 "
-                                 "bishop_pair_bonus_mg -2000000000 time_movestogo_opening 0 pst_pawn_mg " +
-                                 std::string(60, ' ') + "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 "
-                                 "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 999999");
+    const std::string err = load(
+        "auto_rescale_on_load 1 material_pawn 0 material_queen 2000000000 "
+        "bishop_pair_bonus_mg -2000000000 time_movestogo_opening 0 pst_pawn_mg " +
+        std::string(60, ' ') +
+        "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 "
+        "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 999999");
     EXPECT_EQ(config.material_pawn, 100);
     EXPECT_EQ(config.material_queen, 10000);
     EXPECT_EQ(config.bishop_pair_bonus_mg, -10000);
@@ -147,8 +149,8 @@ TEST_F(ConfigLoaderTest, OnlyRegularFilesOfSaneSizeAreLoaded) {
     for (const Case& c : cases) {
         io.clear();
         EXPECT_FALSE(load_config(c.file.string(), config));
-        EXPECT_EQ(io.err(), "info string " + c.file.string() + " : fichier refuse (" + c.why +
-                                "), configuration non chargee\n");
+        EXPECT_EQ(io.err(),
+                  "info string " + c.file.string() + " : fichier refuse (" + c.why + "), configuration non chargee\n");
     }
     std::filesystem::remove(fifo);
     std::filesystem::remove(dir);

@@ -21,7 +21,9 @@ TEST(EngineConfig, RegistryListsEveryKeyOnceInOrder) {
         names.insert(f.name);
         EXPECT_GE(f.ptr, reinterpret_cast<int*>(&config));
         EXPECT_LE(f.ptr + f.count, reinterpret_cast<int*>(&config + 1));
-        EXPECT_EQ(f.count, f.name.rfind("pst_", 0) == 0 ? 64 : f.name.rfind("passed_pawn_bonus_", 0) == 0 ? 8 : 1)
+        EXPECT_EQ(f.count, f.name.rfind("pst_", 0) == 0                 ? 64
+                           : f.name.rfind("passed_pawn_bonus_", 0) == 0 ? 8
+                                                                        : 1)
             << f.name;
         EXPECT_LE(f.range.min, f.range.max) << f.name;
     }

@@ -25,10 +25,10 @@ TEST(SafeRanges, EveryDefaultLiesWithinItsRange) {
 TEST(SafeRanges, EveryKeyAtItsBoundsEvaluatesAndSearches) {
     const EngineConfig saved = g_config;
     const char* extraFens[] = {
-        "8/8/3k4/8/2P5/8/4K3/8 w - - 0 60",                                   // few pieces: tablebase zone
-        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1",                             // mate in one
-        "r1bq1rk1/ppp2ppp/2n5/3np3/2B5/2NP1N2/PPP2PPP/R2QK2R w KQ - 0 9",   // open king, pins
-        "8/5k2/3b4/2p1p3/2P1P3/3B4/5K2/8 w - - 0 40",                        // opposite bishops, locked pawns
+        "8/8/3k4/8/2P5/8/4K3/8 w - - 0 60",                                // few pieces: tablebase zone
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1",                           // mate in one
+        "r1bq1rk1/ppp2ppp/2n5/3np3/2B5/2NP1N2/PPP2PPP/R2QK2R w KQ - 0 9",  // open king, pins
+        "8/5k2/3b4/2p1p3/2P1P3/3B4/5K2/8 w - - 0 40",                      // opposite bishops, locked pawns
     };
     std::vector<std::string> fens(std::begin(test::PerftFens), std::end(test::PerftFens));
     fens.insert(fens.end(), std::begin(extraFens), std::end(extraFens));

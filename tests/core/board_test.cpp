@@ -127,9 +127,9 @@ TEST(Board, InsufficientMaterial) {
     EXPECT_TRUE(insufficient("8/8/8/8/8/8/8/4K2k w - - 0 1"));
     EXPECT_TRUE(insufficient("7k/8/8/8/8/8/8/2N1KN2 w - - 0 1"));
     EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/2B1KN2 w - - 0 1"));
-    EXPECT_TRUE(insufficient("7k/8/6b1/8/8/8/8/2B1K3 w - - 0 1"));   // c1 dark, g6 light
-    EXPECT_TRUE(insufficient("7k/8/8/8/8/8/8/2B1K1B1 w - - 0 1"));   // c1 and g1: both dark
-    EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/2BBK3 w - - 0 1"));    // c1 and d1 differ
+    EXPECT_TRUE(insufficient("7k/8/6b1/8/8/8/8/2B1K3 w - - 0 1"));  // c1 dark, g6 light
+    EXPECT_TRUE(insufficient("7k/8/8/8/8/8/8/2B1K1B1 w - - 0 1"));  // c1 and g1: both dark
+    EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/2BBK3 w - - 0 1"));   // c1 and d1 differ
     EXPECT_FALSE(insufficient("7k/8/8/8/8/8/P7/4K3 w - - 0 1"));
     EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/1NNNK3 w - - 0 1"));
 }
@@ -191,11 +191,11 @@ TEST(PositionCheck, RejectsPositionsTheEngineCannotPlay) {
     Board board;
     EXPECT_EQ(position_problem(board), "");
     const char* unplayable[] = {
-        "8/8/8/8/8/8/8/4K3 w - - 0 1",                  // no black king
-        "4k3/8/8/8/8/8/8/4KK2 w - - 0 1",               // two white kings
-        "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",               // pawn on the last rank
-        "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",              // side not to move in check
-        "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",       // more promotions than pawns
+        "8/8/8/8/8/8/8/4K3 w - - 0 1",             // no black king
+        "4k3/8/8/8/8/8/8/4KK2 w - - 0 1",          // two white kings
+        "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",          // pawn on the last rank
+        "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",         // side not to move in check
+        "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",  // more promotions than pawns
     };
     for (const char* fen : unplayable) {
         board.set_fen(fen);

@@ -57,16 +57,16 @@ TEST_F(SearchTest, FindsMatesWithTheirDistance) {
         const char* move;  // empty when several moves mate equally fast
     };
     const MateCase cases[] = {
-        {"6k1/5ppp/8/8/8/8/8/R3K3 w Q - 0 1", 1, "a1a8"},               // back rank
-        {"k7/2P5/1K6/8/8/8/8/8 w - - 0 1", 1, ""},                        // promotion (queen or rook)
-        {"3rqb2/4kp2/8/1N1pP1P1/8/7B/8/4R1K1 w - d6 0 1", 1, "e5d6"},   // en passant, double check
-        {"2rkr3/2p1p3/8/1B6/8/8/8/R3K3 w Q - 0 1", 1, ""},                // castling or the rook alone
+        {"6k1/5ppp/8/8/8/8/8/R3K3 w Q - 0 1", 1, "a1a8"},              // back rank
+        {"k7/2P5/1K6/8/8/8/8/8 w - - 0 1", 1, ""},                     // promotion (queen or rook)
+        {"3rqb2/4kp2/8/1N1pP1P1/8/7B/8/4R1K1 w - d6 0 1", 1, "e5d6"},  // en passant, double check
+        {"2rkr3/2p1p3/8/1B6/8/8/8/R3K3 w Q - 0 1", 1, ""},             // castling or the rook alone
         {"6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - 0 1", 1, "d1d8"},
         {"r1bqkb1r/pppp1ppp/2n2n2/4p2Q/2B1P3/8/PPPP1PPP/RNB1K1NR w KQkq - 4 4", 1, "h5f7"},
         {"k7/8/1K6/8/8/8/8/7R w - - 0 1", 1, "h1h8"},
         {"6k1/8/6K1/8/8/8/8/R7 w - - 0 1", 1, "a1a8"},
-        {"7k/8/5K2/8/8/8/8/6R1 w - - 0 1", 3, ""},                       // quiet move, then mate
-        {"r5rk/5p1p/5R2/4B3/8/8/7P/7K w - - 0 1", 5, ""},                // Rxh7+ Kxh7? sacrificial lines
+        {"7k/8/5K2/8/8/8/8/6R1 w - - 0 1", 3, ""},         // quiet move, then mate
+        {"r5rk/5p1p/5R2/4B3/8/8/7P/7K w - - 0 1", 5, ""},  // Rxh7+ Kxh7? sacrificial lines
         {"7k/pp4pp/8/8/8/8/1B4PP/4R1K1 w - - 0 1", 1, "e1e8"},
         {"8/8/8/8/8/5K1k/8/6R1 w - - 0 1", 1, "g1h1"},
     };
@@ -172,7 +172,8 @@ TEST_F(SearchTest, DeadlineFormula) {
     EXPECT_EQ(allocate_time_ms(board, l), 10);  // both floors at 10
     l.wtime = 2000;
     l.winc = 1000;  // short of three increments: at least inc - 20
-    EXPECT_EQ(allocate_time_ms(board, l), std::min<std::int64_t>(1950, std::max<std::int64_t>(1000 + 2000 / 60 - 50, 980)));
+    EXPECT_EQ(allocate_time_ms(board, l),
+              std::min<std::int64_t>(1950, std::max<std::int64_t>(1000 + 2000 / 60 - 50, 980)));
     // Still 60 moves to go with nearly all pieces on, whatever the move
     // number of the FEN; 20 once queens are off.
     board.set_fen("r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - 3 9");
@@ -196,7 +197,8 @@ TEST_F(SearchTest, MovetimeSearchStopsInTime) {
     l.movetime = 200;
     const auto start = std::chrono::steady_clock::now();
     const SearchResult r = iterative_deepening(board, l, nullptr);
-    const auto ms = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
+    const auto ms =
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count();
     EXPECT_NE(r.best_move, NULL_MOVE);
     EXPECT_LE(ms, 400);  // generous: the bench measures the real overrun
 }
@@ -205,10 +207,16 @@ TEST_F(SearchTest, EveryPruningSwitchRemovesItsTechnique) {
     const char* fen = "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - 3 9";
     const std::uint64_t base = nodes_to_depth(fen, 9);
     int EngineConfig::*switches[] = {
-        &EngineConfig::iir_enabled,        &EngineConfig::razor_enabled,  &EngineConfig::rfp_enabled,
-        &EngineConfig::null_move_enabled,  &EngineConfig::futility_enabled, &EngineConfig::lmr_enabled,
-        &EngineConfig::late_move_pruning_enabled, &EngineConfig::singular_extensions_enabled,
-        &EngineConfig::countermove_enabled, &EngineConfig::capture_history_enabled,
+        &EngineConfig::iir_enabled,
+        &EngineConfig::razor_enabled,
+        &EngineConfig::rfp_enabled,
+        &EngineConfig::null_move_enabled,
+        &EngineConfig::futility_enabled,
+        &EngineConfig::lmr_enabled,
+        &EngineConfig::late_move_pruning_enabled,
+        &EngineConfig::singular_extensions_enabled,
+        &EngineConfig::countermove_enabled,
+        &EngineConfig::capture_history_enabled,
         &EngineConfig::history_malus_enabled,
     };
     for (auto field : switches) {

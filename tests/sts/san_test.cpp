@@ -91,8 +91,9 @@ TEST(Epd, OperationsAndMessages) {
     EXPECT_EQ(suite[0].line, 3);
     using Alt = std::vector<std::pair<std::string, int>>;
     EXPECT_EQ(suite[0].alternatives, (Alt{{"e4", 10}, {"d4", 7}, {"", 3}}));
-    EXPECT_EQ(io.err(), "Ligne 4 : pas de 'bm', ignoree\nLigne 5 : FEN incomplet, ignoree\n"
-                        "Ligne 6 : pas de 'bm', ignoree\n");
+    EXPECT_EQ(io.err(),
+              "Ligne 4 : pas de 'bm', ignoree\nLigne 5 : FEN incomplet, ignoree\n"
+              "Ligne 6 : pas de 'bm', ignoree\n");
     io.clear();
     EXPECT_TRUE(parse_epd_file("/no/such.epd").empty());
     EXPECT_EQ(io.err(), "Impossible d'ouvrir /no/such.epd\n");

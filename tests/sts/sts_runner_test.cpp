@@ -92,18 +92,25 @@ TEST_F(StsRunnerTest, ReportsEveryKindOfAnswer) {
     run_sts_suite(suite, 2, 0, dir + "r", false);
     EXPECT_EQ(without_times(read_file(dir + "r.txt")),
               "=== Rapport de suite de tests (style STS) ===\n"
-              "Fichier source : " + suite + "\n"
-              "Profondeur fixe : 2\n"
-              "(eval en centipawns, point de vue du camp au trait dans CHAQUE position -- pas toujours Blancs)\n"
-              "--- Detail par position (ecrit au fur et a mesure, voir historique) ---\n"
-              "first bm : attendu=[Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  resolues=1/1\n"
-              "second bm : attendu=[Rd7 / Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  [coup attendu : rang=2, eval=586cp]  resolues=2/2\n"
-              "c0 : attendu=[Rd7] joue=Rd8# (d1d8) eval=29999cp score=6/10 profondeur=1 nodes=39 temps=Tms  [coup attendu : rang=2, eval=586cp]  resolues=2/3\n"
-              "unknown : attendu=[Zz9] joue=Rd8# (d1d8) eval=29999cp score=0/10 profondeur=1 nodes=39 temps=Tms  [ATTENTION: bm non reconnu]  resolues=2/4\n"
-              "ligne 5 : attendu=[Rd8] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  resolues=3/5\n"
-              "\n=== Resultat ===\nPositions au total : 5\nScore total : 36 / 50 (72%)\n"
-              "ATTENTION : 1 position(s) (ce lancement) avec un\n"
-              "coup attendu (bm) non reconnu -- voir les lignes marquees ci-dessus.\n");
+              "Fichier source : " +
+                  suite +
+                  "\n"
+                  "Profondeur fixe : 2\n"
+                  "(eval en centipawns, point de vue du camp au trait dans CHAQUE position -- pas toujours Blancs)\n"
+                  "--- Detail par position (ecrit au fur et a mesure, voir historique) ---\n"
+                  "first bm : attendu=[Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms "
+                  " resolues=1/1\n"
+                  "second bm : attendu=[Rd7 / Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 "
+                  "temps=Tms  [coup attendu : rang=2, eval=586cp]  resolues=2/2\n"
+                  "c0 : attendu=[Rd7] joue=Rd8# (d1d8) eval=29999cp score=6/10 profondeur=1 nodes=39 temps=Tms  [coup "
+                  "attendu : rang=2, eval=586cp]  resolues=2/3\n"
+                  "unknown : attendu=[Zz9] joue=Rd8# (d1d8) eval=29999cp score=0/10 profondeur=1 nodes=39 temps=Tms  "
+                  "[ATTENTION: bm non reconnu]  resolues=2/4\n"
+                  "ligne 5 : attendu=[Rd8] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  "
+                  "resolues=3/5\n"
+                  "\n=== Resultat ===\nPositions au total : 5\nScore total : 36 / 50 (72%)\n"
+                  "ATTENTION : 1 position(s) (ce lancement) avec un\n"
+                  "coup attendu (bm) non reconnu -- voir les lignes marquees ci-dessus.\n");
     EXPECT_EQ(without_times(read_file(dir + "r.csv")),
               "id,attendu,joue_san,joue_uci,eval_cp,score,score_max,profondeur,nodes,temps_ms,rang_coup_attendu,"
               "eval_coup_attendu_cp,bm_non_reconnu,resolues_jusqu_ici,analysees_jusqu_ici\n"
@@ -235,9 +242,9 @@ TEST_F(StsRunnerTest, ContinueTrustsOnlyWellFormedRows) {
     ASSERT_TRUE(run_sts_suite(suite, 2, 0, dir + "cut", true));
     const std::string err = io.err();
     const std::string path = dir + "cut.csv";
-    for (const char* why : {"ligne 3 : score hors de 0..10", "ligne 4 : score hors de 0..10",
-                            "ligne 5 : champ 9 non numerique", "ligne 6 : 14 champs au lieu de 15",
-                            "ligne 7 : guillemet non ferme"})
+    for (const char* why :
+         {"ligne 3 : score hors de 0..10", "ligne 4 : score hors de 0..10", "ligne 5 : champ 9 non numerique",
+          "ligne 6 : 14 champs au lieu de 15", "ligne 7 : guillemet non ferme"})
         EXPECT_NE(err.find(path + " " + why + ", ignoree\n"), std::string::npos) << why;
     EXPECT_NE(err.find("5 ligne(s) ignoree(s) dans " + path + "\n"), std::string::npos);
     EXPECT_NE(err.find("Derniere ligne de " + path + " incomplete"), std::string::npos);

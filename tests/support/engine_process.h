@@ -58,7 +58,8 @@ public:
 
     void send(const std::string& line) {
         const std::string text = line + "\n";
-        if (in_ >= 0) [[maybe_unused]] auto written = write(in_, text.data(), text.size());
+        if (in_ >= 0) [[maybe_unused]]
+            auto written = write(in_, text.data(), text.size());
     }
 
     void close_input() {

@@ -15,7 +15,6 @@ public:
     }
 };
 
-[[maybe_unused]] ::testing::Environment* const startupTables =
-    ::testing::AddGlobalTestEnvironment(new StartupTables);
+[[maybe_unused]] ::testing::Environment* const startupTables = ::testing::AddGlobalTestEnvironment(new StartupTables);
 
 }  // namespace

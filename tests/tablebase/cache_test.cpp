@@ -68,7 +68,8 @@ TEST(TablebaseCache, FreshCacheThenRepairOfTruncatedAndAlteredFiles) {
     std::string err;
     std::string dir = extract_capturing(err);
     EXPECT_EQ(fs::path(dir), tmp.cache());
-    EXPECT_EQ(err, "info string Syzygy (repli embarque) : 70 fichier(s) extrait(s), 0 deja en cache, dossier=" + dir + "\n");
+    EXPECT_EQ(err,
+              "info string Syzygy (repli embarque) : 70 fichier(s) extrait(s), 0 deja en cache, dossier=" + dir + "\n");
     EXPECT_TRUE(cache_matches_embedded(dir));
     EXPECT_EQ(fs::status(dir).permissions() & fs::perms::all, fs::perms::owner_all);
 

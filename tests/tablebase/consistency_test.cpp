@@ -94,9 +94,9 @@ TEST(TablebaseConsistency, EveryTableAgreesWithItsSuccessors) {
 // the case where that capture is the only legal move.
 TEST(TablebaseConsistency, EnPassantPositionsAgreeWithTheirSuccessors) {
     test::load_embedded_tables();
-    for (const char* fen : {"8/8/8/8/1Pp5/2K5/8/k7 b - b3 0 1", "k7/8/8/8/1Pp5/8/8/7K b - b3 0 1",
-                            "8/8/8/k7/1Pp5/8/8/2K5 b - b3 0 1", "8/8/8/7k/1p6/1P6/7K/8 b - - 0 1",
-                            "8/3k4/8/8/8/2K5/5P2/6r1 w - - 0 1"}) {
+    for (const char* fen :
+         {"8/8/8/8/1Pp5/2K5/8/k7 b - b3 0 1", "k7/8/8/8/1Pp5/8/8/7K b - b3 0 1", "8/8/8/k7/1Pp5/8/8/2K5 b - b3 0 1",
+          "8/8/8/7k/1p6/1P6/7K/8 b - - 0 1", "8/3k4/8/8/8/2K5/5P2/6r1 w - - 0 1"}) {
         Board board;
         board.set_fen(fen);
         expect_agreement_with_successors(board);

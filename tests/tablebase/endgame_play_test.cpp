@@ -23,8 +23,8 @@ using test::probe_wdl;
 Move table_move(Board& b) {
     test::TbProbeArgs a = test::probe_args(b);
     unsigned results[MAX_MOVES + 1];
-    const unsigned r = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, b.state().halfmove, a.ep,
-                                          a.turn, results);
+    const unsigned r = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, b.state().halfmove, a.ep, a.turn,
+                                          results);
     if (r == TB_RESULT_FAILED || r == TB_RESULT_CHECKMATE || r == TB_RESULT_STALEMATE) return NULL_MOVE;
     std::string text = square_to_string(static_cast<Square>(tb_result_from(r))) +
                        square_to_string(static_cast<Square>(tb_result_to(r)));
@@ -66,11 +66,11 @@ protected:
 
 TEST_F(EndgamePlay, WonEndingsAreMatedWithinFiftyMoves) {
     const char* wins[] = {
-        "8/8/8/4k3/8/8/8/1Q2K3 w - - 0 1",     // KQvK
-        "8/8/3k4/8/8/8/8/R3K3 w - - 0 1",      // KRvK
-        "8/8/8/3k4/8/8/8/1N2KB2 w - - 0 1",    // KBNvK
-        "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1",     // KPvK
-        "8/8/4k3/8/8/2r5/8/3QK3 w - - 0 1",    // KQvKR
+        "8/8/8/4k3/8/8/8/1Q2K3 w - - 0 1",   // KQvK
+        "8/8/3k4/8/8/8/8/R3K3 w - - 0 1",    // KRvK
+        "8/8/8/3k4/8/8/8/1N2KB2 w - - 0 1",  // KBNvK
+        "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1",   // KPvK
+        "8/8/4k3/8/8/2r5/8/3QK3 w - - 0 1",  // KQvKR
     };
     std::mt19937_64 rng(47);
     for (const char* fen : wins) {
@@ -89,8 +89,9 @@ TEST_F(EndgamePlay, WonEndingsAreMatedWithinFiftyMoves) {
                     break;
                 }
                 ASSERT_LT(board.state().halfmove, 100) << "fifty-move rule reached: " << board.fen();
-                const Move m = ply % 2 == 0 ? engine_move(board, fen, moves)
-                                            : bestDefence ? table_move(board) : random_move(board, rng);
+                const Move m = ply % 2 == 0  ? engine_move(board, fen, moves)
+                               : bestDefence ? table_move(board)
+                                             : random_move(board, rng);
                 ASSERT_NE(m, NULL_MOVE);
                 moves += ' ';
                 moves += move_to_uci(m);

@@ -80,8 +80,9 @@ std::string damaged(std::string b, std::mt19937_64& rng) {
             break;
         }
         case 3:  // a block count from nothing to everything
-            put_u32(b, part.blocks, rng() & 1 ? 0xFFFFFFFFu - static_cast<std::uint32_t>(rng() % 4)
-                                              : static_cast<std::uint32_t>(rng()));
+            put_u32(
+                b, part.blocks,
+                rng() & 1 ? 0xFFFFFFFFu - static_cast<std::uint32_t>(rng() % 4) : static_cast<std::uint32_t>(rng()));
             break;
         case 4:  // block offsets pointing anywhere in the stream or beyond
             for (int i = 0; i < 4; ++i)
@@ -126,8 +127,7 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
             const test::TbProbeArgs a = test::probe_args(board);
             const unsigned wdl = tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
             unsigned results[257];
-            const unsigned root =
-                tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.ep, a.turn, results);
+            const unsigned root = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.ep, a.turn, results);
             // A damaged file may give a wrong answer, never an impossible one.
             if (wdl != TB_RESULT_FAILED) {
                 EXPECT_LE(wdl, TB_WIN);

@@ -44,12 +44,12 @@ TEST(TablebaseReader, LongestWinsHaveTheirDistance) {
         const char* fen;
         int dtz;
     } cases[] = {
-        {"8/8/8/8/4k3/8/1Q6/K7 b - - 0 1", -20},       {"8/8/8/8/8/8/2Rk4/1K6 b - - 0 1", -32},
-        {"8/8/8/6B1/8/8/4k3/1K5N b - - 0 1", -66},     {"8/8/2k5/1r6/8/8/8/2KQ4 b - - 0 1", -62},
-        {"8/8/7k/8/7K/1P6/8/8 b - - 0 1", -20},        {"8/7k/1p6/1P6/7K/8/8/8 w - - 0 1", 21},
-        {"3Q4/3K4/8/8/3k4/8/3p4/8 b - - 0 1", -53},    {"8/8/8/8/8/8/8/qk1K2Q1 w - - 0 1", 19},
-        {"5R2/8/8/8/8/k7/8/2K3n1 b - - 0 1", -54},     {"7K/8/p7/8/k7/7R/8/8 w - - 0 1", 25},
-        {"8/8/8/8/5R2/3k4/2p2K2/8 w - - 0 1", -20},    {"8/1P6/Pk6/8/8/8/8/K7 b - - 0 1", -15},
+        {"8/8/8/8/4k3/8/1Q6/K7 b - - 0 1", -20},    {"8/8/8/8/8/8/2Rk4/1K6 b - - 0 1", -32},
+        {"8/8/8/6B1/8/8/4k3/1K5N b - - 0 1", -66},  {"8/8/2k5/1r6/8/8/8/2KQ4 b - - 0 1", -62},
+        {"8/8/7k/8/7K/1P6/8/8 b - - 0 1", -20},     {"8/7k/1p6/1P6/7K/8/8/8 w - - 0 1", 21},
+        {"3Q4/3K4/8/8/3k4/8/3p4/8 b - - 0 1", -53}, {"8/8/8/8/8/8/8/qk1K2Q1 w - - 0 1", 19},
+        {"5R2/8/8/8/8/k7/8/2K3n1 b - - 0 1", -54},  {"7K/8/p7/8/k7/7R/8/8 w - - 0 1", 25},
+        {"8/8/8/8/5R2/3k4/2p2K2/8 w - - 0 1", -20}, {"8/1P6/Pk6/8/8/8/8/K7 b - - 0 1", -15},
     };
     for (const Case& c : cases) {
         int success = 0;
@@ -145,7 +145,9 @@ TEST_F(TablebaseFiles, DamagedContentNeverReadsOutsideTheFile) {
     for (const char* name : {"KRvK.rtbw", "KRvK.rtbz"}) {
         std::ifstream in(dir_ / name, std::ios::binary);
         const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        auto u16 = [&](std::size_t at) { return std::size_t(std::uint8_t(bytes[at])) | std::size_t(std::uint8_t(bytes[at + 1])) << 8; };
+        auto u16 = [&](std::size_t at) {
+            return std::size_t(std::uint8_t(bytes[at])) | std::size_t(std::uint8_t(bytes[at + 1])) << 8;
+        };
         std::size_t at = u16(24) | u16(26) << 16;  // first part
         at += 4;
         at += 2 + 3 * u16(at);  // value code

@@ -6,8 +6,8 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <random>
 #include <filesystem>
+#include <random>
 #include <string>
 
 #include "core/board.h"
@@ -28,10 +28,8 @@ public:
         setenv("TMPDIR", dir_.c_str(), 1);
     }
     ~ScratchTmpdir() {
-        if (hadOld_)
-            setenv("TMPDIR", old_.c_str(), 1);
-        else
-            unsetenv("TMPDIR");
+        if (hadOld_) setenv("TMPDIR", old_.c_str(), 1);
+        else unsetenv("TMPDIR");
         std::error_code ec;
         std::filesystem::permissions(cache(), std::filesystem::perms::owner_all, ec);
         std::filesystem::remove_all(dir_, ec);
@@ -64,8 +62,16 @@ struct TbProbeArgs {
 inline TbProbeArgs probe_args(const Board& board) {
     auto both = [&](int t) { return board.pieces(WHITE, t) | board.pieces(BLACK, t); };
     int ep = board.state().epSquare;
-    return {board.pieces(WHITE), board.pieces(BLACK), both(KING), both(QUEEN), both(ROOK), both(BISHOP),
-            both(KNIGHT), both(PAWN), ep == NO_SQUARE ? 0u : unsigned(ep), board.side_to_move() == WHITE};
+    return {board.pieces(WHITE),
+            board.pieces(BLACK),
+            both(KING),
+            both(QUEEN),
+            both(ROOK),
+            both(BISHOP),
+            both(KNIGHT),
+            both(PAWN),
+            ep == NO_SQUARE ? 0u : unsigned(ep),
+            board.side_to_move() == WHITE};
 }
 
 // A random legal placement of the table's pieces, White being the side

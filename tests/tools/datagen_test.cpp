@@ -5,9 +5,9 @@
 
 #include "datagen/quiet_filter.h"
 #include "datagen/self_play.h"
+#include "search/search_flags.h"
 #include "support/capture.h"
 #include "support/test_positions.h"
-#include "search/search_flags.h"
 #include "tablebase/syzygy.h"
 #include "tune/training_data.h"
 
@@ -58,9 +58,9 @@ TEST(SelfPlayRules, GamesEndByTheRulesAndByTheTables) {
     syzygy_init("");
     EXPECT_EQ(result_of(StartFen), std::nullopt);
     EXPECT_EQ(result_of("rnb1kbnr/pppp1ppp/8/4p3/6Pq/5P2/PPPPP2P/RNBQKBNR w KQkq - 1 3"), 0.0);  // White mated
-    EXPECT_EQ(result_of("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"), 0.5);             // stalemate
-    EXPECT_EQ(result_of("r3k3/8/8/8/8/8/8/R3K2R w - - 100 80"), 0.5);         // fifty moves
-    EXPECT_EQ(result_of("8/8/4k3/8/8/3BK3/8/8 w - - 0 1"), 0.5);              // bare bishop
+    EXPECT_EQ(result_of("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1"), 0.5);                                 // stalemate
+    EXPECT_EQ(result_of("r3k3/8/8/8/8/8/8/R3K2R w - - 100 80"), 0.5);                            // fifty moves
+    EXPECT_EQ(result_of("8/8/4k3/8/8/3BK3/8/8 w - - 0 1"), 0.5);                                 // bare bishop
     // The tables decide as soon as a capture brings the game into them,
     // whoever is to move; later the search plays on.
     EXPECT_EQ(result_of("8/8/4k3/8/8/3QK3/8/8 b - - 0 1"), 1.0);

@@ -19,10 +19,10 @@ namespace {
 // A UCI engine in a few lines of shell whose answer to `go` is `onGo`;
 // given a working directory, it notes every start in its file `starts`.
 EngineSetup fake_engine(const std::string& onGo, const std::string& dir = "") {
-    const std::string script =
-        std::string(dir.empty() ? "" : "echo started >> starts; ") + "while read -r cmd rest; do case \"$cmd\" in "
-        "uci) echo 'id name fake'; echo uciok;; isready) echo readyok;; go) " + onGo +
-        ";; quit) exit 0;; esac; done";
+    const std::string script = std::string(dir.empty() ? "" : "echo started >> starts; ") +
+                               "while read -r cmd rest; do case \"$cmd\" in "
+                               "uci) echo 'id name fake'; echo uciok;; isready) echo readyok;; go) " +
+                               onGo + ";; quit) exit 0;; esac; done";
     EngineSetup setup;
     setup.name = "Fake";
     setup.argv = {"/bin/sh", "-c", script};
@@ -75,8 +75,8 @@ TEST(MatchEngine, EachFailureLosesWithItsReason) {
 }
 
 TEST(MatchEngine, CrashedEngineIsRestartedForTheNextGame) {
-    const std::filesystem::path dir =
-        std::filesystem::temp_directory_path() / ("match_restart_" + std::to_string(getpid()));
+    const std::filesystem::path dir = std::filesystem::temp_directory_path() /
+                                      ("match_restart_" + std::to_string(getpid()));
     std::filesystem::create_directories(dir);
     UciEngine crashing(fake_engine("exit 1", dir.string())), real(real_engine());
     std::atomic<bool> stop{false};

@@ -23,9 +23,9 @@ CommandLine parse(std::initializer_list<const char*> words) {
 }  // namespace
 
 TEST(MatchSetup, EngineSettingsOwnOverridesEach) {
-    const CommandLine cl = parse({"--engine", "cmd=bin/new", "arg=--quiet", "option.Hash=64", "nodes=5000",
-                                  "--engine", "cmd=/usr/bin/old", "dir=/tmp", "--each", "tc=10+0.1",
-                                  "option.Hash=16", "option.UseLMR=false", "--sprt", "-1", "4"});
+    const CommandLine cl = parse({"--engine", "cmd=bin/new", "arg=--quiet", "option.Hash=64", "nodes=5000", "--engine",
+                                  "cmd=/usr/bin/old", "dir=/tmp", "--each", "tc=10+0.1", "option.Hash=16",
+                                  "option.UseLMR=false", "--sprt", "-1", "4"});
     const EngineSetup& first = cl.match.engines[0];
     const EngineSetup& second = cl.match.engines[1];
     // A relative program is found from here, not from the engine's directory.
@@ -47,12 +47,10 @@ TEST(MatchSetup, EngineSettingsOwnOverridesEach) {
 }
 
 TEST(MatchSetup, BadCommandLinesAreRefused) {
-    EXPECT_THROW(parse({"--engine", "cmd=a", "tc=1"}), std::invalid_argument);  // one engine
+    EXPECT_THROW(parse({"--engine", "cmd=a", "tc=1"}), std::invalid_argument);               // one engine
     EXPECT_THROW(parse({"--engine", "cmd=a", "--engine", "cmd=b"}), std::invalid_argument);  // no effort
-    EXPECT_THROW(parse({"--engine", "cmd=a", "tc=1", "--engine", "cmd=b", "tc=1", "nodes=5"}),
-                 std::invalid_argument);
-    EXPECT_THROW(parse({"--engine", "cmd=a", "speed=3", "--engine", "cmd=b", "--each", "tc=1"}),
-                 std::invalid_argument);
+    EXPECT_THROW(parse({"--engine", "cmd=a", "tc=1", "--engine", "cmd=b", "tc=1", "nodes=5"}), std::invalid_argument);
+    EXPECT_THROW(parse({"--engine", "cmd=a", "speed=3", "--engine", "cmd=b", "--each", "tc=1"}), std::invalid_argument);
     EXPECT_THROW(parse({"--engine", "cmd=a", "--engine", "cmd=b", "--each", "tc=1", "--sprt", "5", "0"}),
                  std::invalid_argument);
     EXPECT_THROW(parse({"--engine", "cmd=a", "--engine", "cmd=b", "--each", "tc=1", "--games", "-4"}),

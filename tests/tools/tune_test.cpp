@@ -138,8 +138,8 @@ TEST(LogisticLoss, FittedScaleIsTheOneThatMadeTheTargets) {
     EXPECT_NEAR(expected_result(400, 1.0), 10.0 / 11.0, 1e-12);
     // The slope is the derivative of the loss.
     const double h = 1e-3;
-    EXPECT_NEAR(loss_slope(120, 0.25, 1.1), (position_loss(120 + h, 0.25, 1.1) - position_loss(120 - h, 0.25, 1.1)) / (2 * h),
-                1e-7);
+    EXPECT_NEAR(loss_slope(120, 0.25, 1.1),
+                (position_loss(120 + h, 0.25, 1.1) - position_loss(120 - h, 0.25, 1.1)) / (2 * h), 1e-7);
 }
 
 TEST(EvaluationTuner, RecoversTheWeightsThatLabelledTheData) {
@@ -161,9 +161,10 @@ TEST(EvaluationTuner, RecoversTheWeightsThatLabelledTheData) {
     settings.epochs = 200;
     settings.refreshEvery = 40;
     settings.minPositions = 20;
-    settings.keys = {"material_knight", "mobility_bishop_mg", "bishop_pair_bonus_mg", "passed_pawn_free_bonus_eg",
-                     "king_danger_scale_mg_pct", "isolated_pawn_penalty_mg", "rook_open_file_bonus_mg",
-                     "material_pawn"};  // fixed by default: the unit stays put
+    settings.keys = {"material_knight",          "mobility_bishop_mg",
+                     "bishop_pair_bonus_mg",     "passed_pawn_free_bonus_eg",
+                     "king_danger_scale_mg_pct", "isolated_pawn_penalty_mg",
+                     "rook_open_file_bonus_mg",  "material_pawn"};  // fixed by default: the unit stays put
     EngineConfig tuned;
     std::ostringstream log;
     const TunerReport report = tune_evaluation(labelled, tuned, settings, log);
@@ -173,15 +174,20 @@ TEST(EvaluationTuner, RecoversTheWeightsThatLabelledTheData) {
     EXPECT_LT(report.heldOutAfter, report.heldOutBefore);
 
     const EngineConfig defaults;
-    auto closer = [](int start, int target, int found) { return std::abs(found - target) < std::abs(start - target) / 2; };
-    EXPECT_TRUE(closer(defaults.material_knight, truth.material_knight, tuned.material_knight)) << tuned.material_knight;
+    auto closer = [](int start, int target, int found) {
+        return std::abs(found - target) < std::abs(start - target) / 2;
+    };
+    EXPECT_TRUE(closer(defaults.material_knight, truth.material_knight, tuned.material_knight))
+        << tuned.material_knight;
     EXPECT_TRUE(closer(defaults.mobility_bishop_mg, truth.mobility_bishop_mg, tuned.mobility_bishop_mg))
         << tuned.mobility_bishop_mg;
     EXPECT_TRUE(closer(defaults.bishop_pair_bonus_mg, truth.bishop_pair_bonus_mg, tuned.bishop_pair_bonus_mg))
         << tuned.bishop_pair_bonus_mg;
-    EXPECT_TRUE(closer(defaults.passed_pawn_free_bonus_eg, truth.passed_pawn_free_bonus_eg, tuned.passed_pawn_free_bonus_eg))
+    EXPECT_TRUE(
+        closer(defaults.passed_pawn_free_bonus_eg, truth.passed_pawn_free_bonus_eg, tuned.passed_pawn_free_bonus_eg))
         << tuned.passed_pawn_free_bonus_eg;
-    EXPECT_TRUE(closer(defaults.king_danger_scale_mg_pct, truth.king_danger_scale_mg_pct, tuned.king_danger_scale_mg_pct))
+    EXPECT_TRUE(
+        closer(defaults.king_danger_scale_mg_pct, truth.king_danger_scale_mg_pct, tuned.king_danger_scale_mg_pct))
         << tuned.king_danger_scale_mg_pct;
     // Weights that were right stay near their values.
     EXPECT_NEAR(tuned.isolated_pawn_penalty_mg, defaults.isolated_pawn_penalty_mg, 8);
@@ -205,8 +211,8 @@ TEST(EvaluationTuner, RecoversTheWeightsThatLabelledTheData) {
 TEST(ConfigWriter, WrittenFileLoadsCleanlyWithOnlyTheChangedKeys) {
     EngineConfig tuned;
     tuned.material_knight = 350;
-    tuned.pst_knight_mg[10] = -3;   // c2
-    tuned.pst_knight_mg[63] = 12;   // h8
+    tuned.pst_knight_mg[10] = -3;  // c2
+    tuned.pst_knight_mg[63] = 12;  // h8
     tuned.passed_pawn_bonus_eg[5] = 90;
     tuned.time_movestogo_opening = 30;  // carried over from a starting file
     TempFile file("morvane_written_");

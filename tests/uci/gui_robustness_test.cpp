@@ -92,9 +92,9 @@ TEST(Protocol, NodeLimitEndsTheSearchByItself) {
 TEST(Protocol, AbsurdClocksSearchNormally) {
     test::EngineProcess engine;
     start(engine);
-    for (const char* go : {"go wtime 9223372036854775807 btime 9223372036854775807 winc 9223372036854775807",
-                           "go movetime 9223372036854775807", "go wtime 1000 winc -9223372036854775807",
-                           "go depth 99999999999"}) {
+    for (const char* go :
+         {"go wtime 9223372036854775807 btime 9223372036854775807 winc 9223372036854775807",
+          "go movetime 9223372036854775807", "go wtime 1000 winc -9223372036854775807", "go depth 99999999999"}) {
         engine.send(go);
         std::this_thread::sleep_for(std::chrono::milliseconds(300));
         engine.send("stop");

@@ -68,9 +68,9 @@ TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
     engine.send("go infinite");
     engine.send("isready");
     ASSERT_TRUE(engine.wait_for("readyok", 1000));  // answered during the search
-    engine.send("go depth 1");                       // refused: the first search goes on
-    engine.send("position startpos moves e2e4");     // refused
-    engine.send("d");                                // refused
+    engine.send("go depth 1");                      // refused: the first search goes on
+    engine.send("position startpos moves e2e4");    // refused
+    engine.send("d");                               // refused
     std::this_thread::sleep_for(std::chrono::milliseconds(200));
     const auto stopAt = Clock::now();
     engine.send("stop");

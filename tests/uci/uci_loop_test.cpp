@@ -26,7 +26,11 @@ TEST(UciLoop, HandshakeAndReadiness) {
     test::CapturedStreams io;
     run(board, "uci", io);
     const std::string out = io.out();
-    EXPECT_EQ(out.rfind("id name Morvane VORL 0.47\nid author Tallivern\noption name Hash type spin default 16 min 1 max 2048\n", 0), 0u);
+    EXPECT_EQ(
+        out.rfind(
+            "id name Morvane VORL 0.47\nid author Tallivern\noption name Hash type spin default 16 min 1 max 2048\n",
+            0),
+        0u);
     EXPECT_EQ(out.substr(out.size() - 6), "uciok\n");
     run(board, "isready", io);
     EXPECT_EQ(io.out(), "readyok\n");
@@ -56,17 +60,20 @@ TEST(UciLoop, PositionCommandsAndTheirErrors) {
     EXPECT_EQ(board.key(), board.compute_key());
     run(board, "go depth 1", io);
     EXPECT_EQ(io.out(), "bestmove 0000\n");
-    EXPECT_EQ(io.err(), "info string position injouable, pas de recherche: il faut exactement un roi de chaque couleur\n");
+    EXPECT_EQ(io.err(),
+              "info string position injouable, pas de recherche: il faut exactement un roi de chaque couleur\n");
 
     // Accepted positions are kept; impossible rights are dropped and said.
     run(board, "position fen 4k3/8/8/8/8/8/8/4K3 w KQkq e6 0 1", io);
-    EXPECT_EQ(io.err(), "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (KQkq), "
-                        "case en passant incoherente retiree (e6)\n");
+    EXPECT_EQ(io.err(),
+              "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (KQkq), "
+              "case en passant incoherente retiree (e6)\n");
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 0 1");
     run(board, "position fen 4k3/8/8/8/8/8/8/R3K2R w KQkq - 0 1", io);
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1");
     run(board, "position fen 4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1 moves e2e7", io);
-    EXPECT_EQ(io.err(), "info string coups ignores, position injouable: le roi du camp qui n'a pas le trait est en echec\n");
+    EXPECT_EQ(io.err(),
+              "info string coups ignores, position injouable: le roi du camp qui n'a pas le trait est en echec\n");
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1");
     run(board, "go perft 1", io);
     EXPECT_EQ(io.out(), "");
@@ -136,10 +143,43 @@ TEST(UciLoop, SetoptionSwitchesAndConfigPath) {
 
 TEST(UciLoop, RandomInputNeverEndsTheProcess) {
     // Commands built from protocol words, numbers, FEN fragments and junk.
-    const char* words[] = {"uci", "isready", "position", "startpos", "fen", "moves", "go", "perft", "depth",
-                           "setoption", "name", "value", "Hash", "d", "print", "ucinewgame", "stop", "e2e4",
-                           "e7e8q", "e1g1", "a7a8n", "8/8/8", "k7/8/8/8/8/8/8/7K", "rnbqkbnr/pppppppp", "w", "b",
-                           "-", "KQkq", "e3", "0", "1", "99999999999999999999", "-5", "<empty>", "\t", "/", "x"};
+    const char* words[] = {"uci",
+                           "isready",
+                           "position",
+                           "startpos",
+                           "fen",
+                           "moves",
+                           "go",
+                           "perft",
+                           "depth",
+                           "setoption",
+                           "name",
+                           "value",
+                           "Hash",
+                           "d",
+                           "print",
+                           "ucinewgame",
+                           "stop",
+                           "e2e4",
+                           "e7e8q",
+                           "e1g1",
+                           "a7a8n",
+                           "8/8/8",
+                           "k7/8/8/8/8/8/8/7K",
+                           "rnbqkbnr/pppppppp",
+                           "w",
+                           "b",
+                           "-",
+                           "KQkq",
+                           "e3",
+                           "0",
+                           "1",
+                           "99999999999999999999",
+                           "-5",
+                           "<empty>",
+                           "\t",
+                           "/",
+                           "x"};
     std::mt19937_64 rng(5);
     Board board;
     test::CapturedStreams io;

@@ -9,12 +9,9 @@ ToolArguments::ToolArguments(int argc, char** argv, const std::vector<std::strin
     for (int i = 1; i < argc && error_.empty(); i += 2) {
         const std::string option = argv[i];
         const std::string name = option.rfind("--", 0) == 0 ? option.substr(2) : "";
-        if (std::find(known.begin(), known.end(), name) == known.end())
-            error_ = "unknown option " + option;
-        else if (i + 1 >= argc)
-            error_ = "missing value after " + option;
-        else
-            values_[name].push_back(argv[i + 1]);
+        if (std::find(known.begin(), known.end(), name) == known.end()) error_ = "unknown option " + option;
+        else if (i + 1 >= argc) error_ = "missing value after " + option;
+        else values_[name].push_back(argv[i + 1]);
     }
 }
 

@@ -87,8 +87,8 @@ bool generate(const Plan& plan, int worker) {
         (game->result > 0.75 ? wins : game->result < 0.25 ? losses : draws) += 1;
     }
     ::close(fd);
-    std::cerr << "worker " << worker << ": " << played << " games (White +" << wins << " =" << draws << " -"
-              << losses << "), " << written << " positions\n";
+    std::cerr << "worker " << worker << ": " << played << " games (White +" << wins << " =" << draws << " -" << losses
+              << "), " << written << " positions\n";
     return ok;
 }
 
@@ -108,9 +108,8 @@ long long lines_after(const std::string& path, long long offset) {
 int main(int argc, char** argv) {
     init_zobrist();
     init_attacks();
-    ToolArguments args(argc, argv,
-                       {"output", "openings", "games", "positions", "depth", "nodes", "random-plies", "seed",
-                        "workers"});
+    ToolArguments args(
+        argc, argv, {"output", "openings", "games", "positions", "depth", "nodes", "random-plies", "seed", "workers"});
     Plan plan;
     plan.output = args.text("output");
     plan.games = args.integer("games", -1);
@@ -139,16 +138,17 @@ int main(int argc, char** argv) {
     std::cerr << "datagen: "
               << (plan.settings.nodes ? std::to_string(plan.settings.nodes) + " nodes"
                                       : "depth " + std::to_string(plan.settings.depth))
-              << " a move, " << plan.workers << " worker(s), seed " << plan.seed
-              << ", " << (plan.openings.empty() ? std::string("starting position")
-                                                : std::to_string(plan.openings.size()) + " openings")
+              << " a move, " << plan.workers << " worker(s), seed " << plan.seed << ", "
+              << (plan.openings.empty() ? std::string("starting position")
+                                        : std::to_string(plan.openings.size()) + " openings")
               << ", " << plan.settings.randomPlies << " random plies\n";
     const long long startSize = file_size(plan.output);
     const auto start = std::chrono::steady_clock::now();
     const bool ok = run_worker_processes(plan.workers, [&](int worker) { return generate(plan, worker); });
     const double seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     const long long written = lines_after(plan.output, startSize);
-    std::cout << written << " positions in " << seconds << " s: "
-              << static_cast<long long>(written * 3600.0 / std::max(seconds, 1e-3)) << " positions per hour\n";
+    std::cout << written << " positions in " << seconds
+              << " s: " << static_cast<long long>(written * 3600.0 / std::max(seconds, 1e-3))
+              << " positions per hour\n";
     return ok ? 0 : 1;
 }

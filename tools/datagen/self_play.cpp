@@ -23,10 +23,8 @@ double white_result_for_mover(const Board& board, double moverResult) {
 
 SearchLimits move_limits(const SelfPlaySettings& settings) {
     SearchLimits limits;
-    if (settings.nodes)
-        limits.nodes = settings.nodes;
-    else
-        limits.depth = settings.depth;
+    if (settings.nodes) limits.nodes = settings.nodes;
+    else limits.depth = settings.depth;
     return limits;
 }
 
@@ -39,8 +37,9 @@ std::optional<double> rules_result(Board& board) {
     // game enters them; wins the fifty-move rule spoils come back as draws.
     int tableScore = 0;
     if (syzygy_probe_search(board, 0, tableScore))
-        return tableScore > 0 ? white_result_for_mover(board, 1.0) : tableScore < 0 ? white_result_for_mover(board, 0.0)
-                                                                                   : 0.5;
+        return tableScore > 0   ? white_result_for_mover(board, 1.0)
+               : tableScore < 0 ? white_result_for_mover(board, 0.0)
+                                : 0.5;
     return std::nullopt;
 }
 

@@ -15,16 +15,16 @@
 namespace morvane {
 
 struct SelfPlaySettings {
-    int depth = 7;             // search depth of every move ...
-    std::uint64_t nodes = 0;   // ... or, when set, its node count
-    int randomPlies = 8;       // random moves played first, for variety
-    int maxOpeningScore = 400; // a start this lopsided teaches little; it is dropped
-    int resignScore = 1000;    // one side ahead by this much ...
-    int resignPlies = 6;       // ... for this many plies in a row has won
-    int drawScore = 10;        // a score this close to zero ...
-    int drawPlies = 12;        // ... for this many plies in a row ...
-    int drawMinPly = 80;       // ... once this many plies are played is a draw
-    int maxPlies = 500;        // a game still going here is called a draw
+    int depth = 7;              // search depth of every move ...
+    std::uint64_t nodes = 0;    // ... or, when set, its node count
+    int randomPlies = 8;        // random moves played first, for variety
+    int maxOpeningScore = 400;  // a start this lopsided teaches little; it is dropped
+    int resignScore = 1000;     // one side ahead by this much ...
+    int resignPlies = 6;        // ... for this many plies in a row has won
+    int drawScore = 10;         // a score this close to zero ...
+    int drawPlies = 12;         // ... for this many plies in a row ...
+    int drawMinPly = 80;        // ... once this many plies are played is a draw
+    int maxPlies = 500;         // a game still going here is called a draw
 };
 
 // The same work for every move, so that data sets are comparable. A node

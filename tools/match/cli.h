@@ -15,7 +15,7 @@ struct CommandLine {
     std::string openingsPath;  // empty: the start position only
     std::uint64_t seed = 1;
     std::optional<OpeningRecipe> makeOpenings;
-    std::string outPath;       // of --make-openings
+    std::string outPath;  // of --make-openings
     bool help = false;
 };
 

@@ -63,8 +63,7 @@ bool EngineProcess::start(const std::vector<std::string>& argv, const std::strin
         const int devNull = open("/dev/null", O_WRONLY);
         if (devNull >= 0) dup2(devNull, STDERR_FILENO);
         int error = 0;
-        if (directory && chdir(directory) != 0)
-            error = errno;
+        if (directory && chdir(directory) != 0) error = errno;
         else {
             execvp(args[0], args.data());
             error = errno;

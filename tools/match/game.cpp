@@ -38,7 +38,8 @@ Verdict score_verdict(const ScoreTrail& trail, const Adjudication& rules) {
             return {Outcome::BlackWins, Ending::Adjudication, "White resigns (both engines agree)"};
     }
     if (rules.draw && static_cast<int>(trail.size()) >= 2 * rules.drawMoveNumber &&
-        last_plies_all(trail, 2 * rules.drawMoves, [&](int s) { return s >= -rules.drawScore && s <= rules.drawScore; }))
+        last_plies_all(trail, 2 * rules.drawMoves,
+                       [&](int s) { return s >= -rules.drawScore && s <= rules.drawScore; }))
         return {Outcome::Draw, Ending::Adjudication, "draw agreed by adjudication"};
     return {};
 }
@@ -98,9 +99,9 @@ GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen,
         UciEngine& engine = *engines[us];
         const Effort& effort = engine.setup().effort;
         const std::string who = sideName[us] + " (" + engine.setup().name + ")";
-        const auto deadline = SteadyClock::now() + std::chrono::milliseconds(
-                                                       effort.timed() ? clocks[us].left_ms() + rules.timeMarginMs
-                                                                      : rules.hangTimeoutMs);
+        const auto deadline = SteadyClock::now() +
+                              std::chrono::milliseconds(effort.timed() ? clocks[us].left_ms() + rules.timeMarginMs
+                                                                       : rules.hangTimeoutMs);
         const Reply reply = engine.think(referee.position_command(), go_command(effort, clocks[WHITE], clocks[BLACK]),
                                          deadline, interrupted);
         record.side[us].moves += 1;

@@ -23,8 +23,8 @@ struct Adjudication {
     bool draw = false;
     int drawMoveNumber = 40, drawMoves = 8, drawScore = 10;
     bool tables = true;
-    std::int64_t timeMarginMs = 100;      // lateness tolerated before a loss on time
-    std::int64_t hangTimeoutMs = 60000;   // fixed nodes or depth: longest wait for bestmove
+    std::int64_t timeMarginMs = 100;     // lateness tolerated before a loss on time
+    std::int64_t hangTimeoutMs = 60000;  // fixed nodes or depth: longest wait for bestmove
 };
 
 // The runner's clock for one side: time left, charged with the wall time

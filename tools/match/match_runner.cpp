@@ -28,8 +28,8 @@ std::string progress_line(const MatchSummary& s, const MatchConfig& config) {
     const EloEstimate e = estimate_elo(s.wdl);
     std::ostringstream line;
     line << std::fixed << std::setprecision(1) << "Games " << s.wdl.games() << '/' << config.games << "  +"
-         << s.wdl.wins << " -" << s.wdl.losses << " =" << s.wdl.draws << "  " << 100 * e.score << "%  Elo "
-         << e.elo << " +- " << e.margin;
+         << s.wdl.wins << " -" << s.wdl.losses << " =" << s.wdl.draws << "  " << 100 * e.score << "%  Elo " << e.elo
+         << " +- " << e.margin;
     if (config.sprt)
         line << std::setprecision(2) << "  LLR " << s.llr << " [" << config.sprt->lower() << ", "
              << config.sprt->upper() << ']';
@@ -131,17 +131,18 @@ void print_summary(const MatchSummary& s, const MatchConfig& config, std::ostrea
     const int hours = static_cast<int>(s.seconds / 3600), minutes = static_cast<int>(s.seconds / 60) % 60,
               seconds = static_cast<int>(s.seconds) % 60;
     out << std::fixed << std::setprecision(1);
-    out << "\n" << first << " vs " << second << ": " << s.wdl.games() << " games in " << hours << 'h'
-        << std::setfill('0') << std::setw(2) << minutes << 'm' << std::setw(2) << seconds << std::setfill(' ') << "s ("
+    out << "\n"
+        << first << " vs " << second << ": " << s.wdl.games() << " games in " << hours << 'h' << std::setfill('0')
+        << std::setw(2) << minutes << 'm' << std::setw(2) << seconds << std::setfill(' ') << "s ("
         << std::setprecision(0) << games_per_hour(s.wdl.games(), s.seconds) << " games/hour)"
         << (s.interrupted ? ", interrupted" : "") << '\n'
         << std::setprecision(1);
     out << "Wins/losses/draws of " << first << ": " << s.wdl.wins << " / " << s.wdl.losses << " / " << s.wdl.draws
         << ",  score " << 100 * e.score << " %\n";
-    out << "Elo difference: " << e.elo << " +/- " << e.margin << " (95 %),  LOS " << 100 * e.los
-        << " %,  draw ratio " << 100 * e.drawRatio << " %\n";
-    out << "Pentanomial pairs (0, 1/2, 1, 3/2, 2 points): " << s.pairs[0] << ", " << s.pairs[1] << ", "
-        << s.pairs[2] << ", " << s.pairs[3] << ", " << s.pairs[4] << '\n';
+    out << "Elo difference: " << e.elo << " +/- " << e.margin << " (95 %),  LOS " << 100 * e.los << " %,  draw ratio "
+        << 100 * e.drawRatio << " %\n";
+    out << "Pentanomial pairs (0, 1/2, 1, 3/2, 2 points): " << s.pairs[0] << ", " << s.pairs[1] << ", " << s.pairs[2]
+        << ", " << s.pairs[3] << ", " << s.pairs[4] << '\n';
     if (config.sprt) {
         const SprtBounds& b = *config.sprt;
         out << std::setprecision(2) << "SPRT (logistic Elo " << b.elo0 << ", " << b.elo1 << "; alpha " << b.alpha

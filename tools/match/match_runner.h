@@ -19,14 +19,14 @@ namespace match {
 
 struct MatchConfig {
     EngineSetup engines[2];             // results are counted for engines[0]
-    std::vector<std::string> openings; // in playing order
-    int games = 100;                   // rounded up to whole pairs
+    std::vector<std::string> openings;  // in playing order
+    int games = 100;                    // rounded up to whole pairs
     int concurrency = 1;
     Adjudication rules;
     std::optional<SprtBounds> sprt;
-    std::string pgnPath;               // empty: no PGN file
+    std::string pgnPath;  // empty: no PGN file
     PgnHeader header;
-    bool liveLine = false;             // redraw the progress line in place
+    bool liveLine = false;  // redraw the progress line in place
 };
 
 struct EngineTotals {

@@ -20,9 +20,7 @@ namespace match {
 
 namespace {
 
-bool is_number(const std::string& s) {
-    return !s.empty() && s.find_first_not_of("0123456789") == std::string::npos;
-}
+bool is_number(const std::string& s) { return !s.empty() && s.find_first_not_of("0123456789") == std::string::npos; }
 
 // The four position fields of a FEN, as the EPD line writes them.
 std::string epd_of(const Board& board) {

@@ -20,9 +20,9 @@ void shuffle_openings(std::vector<std::string>& fens, std::uint64_t seed);
 
 struct OpeningRecipe {
     int count = 3000;
-    int plies = 8;        // random moves from the start position
-    int depth = 6;        // of the balance check
-    int maxScore = 50;    // centipawns either way
+    int plies = 8;      // random moves from the start position
+    int depth = 6;      // of the balance check
+    int maxScore = 50;  // centipawns either way
     std::uint64_t seed = 1;
 };
 

@@ -60,12 +60,9 @@ std::string to_pgn(const GameRecord& game, const PgnHeader& header) {
     };
     bool whiteToMove = side != "b";
     for (std::size_t i = 0; i < game.sanMoves.size(); ++i) {
-        if (whiteToMove)
-            emit(std::to_string(fullmove) + ". " + game.sanMoves[i]);
-        else if (i == 0)
-            emit(std::to_string(fullmove) + "... " + game.sanMoves[i]);
-        else
-            emit(game.sanMoves[i]);
+        if (whiteToMove) emit(std::to_string(fullmove) + ". " + game.sanMoves[i]);
+        else if (i == 0) emit(std::to_string(fullmove) + "... " + game.sanMoves[i]);
+        else emit(game.sanMoves[i]);
         if (!whiteToMove) ++fullmove;
         whiteToMove = !whiteToMove;
     }

@@ -11,7 +11,7 @@ namespace match {
 
 struct PgnHeader {
     std::string event = "Morvane match";
-    std::string date;         // "2026.11.23"
+    std::string date;  // "2026.11.23"
     int round = 1;
     std::string timeControl;  // "10+0.1", or "-" for fixed nodes or depth
 };

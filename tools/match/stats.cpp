@@ -33,9 +33,8 @@ EloEstimate estimate_elo(const Wdl& wdl) {
                             l * e.score * e.score;
     const double spread = Z95 * std::sqrt(variance / n);
     // A clean sweep says nothing about how large the difference is.
-    e.margin = e.score <= 0 || e.score >= 1
-                   ? std::numeric_limits<double>::infinity()
-                   : (elo_from_score(e.score + spread) - elo_from_score(e.score - spread)) / 2;
+    e.margin = e.score <= 0 || e.score >= 1 ? std::numeric_limits<double>::infinity()
+                                            : (elo_from_score(e.score + spread) - elo_from_score(e.score - spread)) / 2;
     const double decisive = static_cast<double>(wdl.wins + wdl.losses);
     if (decisive > 0) e.los = 0.5 * (1 + std::erf((wdl.wins - wdl.losses) / std::sqrt(2 * decisive)));
     return e;

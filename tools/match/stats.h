@@ -25,11 +25,11 @@ double elo_from_score(double score);
 double score_from_elo(double elo);
 
 struct EloEstimate {
-    double score = 0.5;   // points per game
-    double elo = 0;       // logistic Elo; infinite at 0 % or 100 %
-    double margin = 0;    // half-width of the 95 % interval, in Elo
+    double score = 0.5;  // points per game
+    double elo = 0;      // logistic Elo; infinite at 0 % or 100 %
+    double margin = 0;   // half-width of the 95 % interval, in Elo
     double drawRatio = 0;
-    double los = 0.5;     // likelihood of superiority, 0..1
+    double los = 0.5;  // likelihood of superiority, 0..1
 };
 
 EloEstimate estimate_elo(const Wdl& wdl);

@@ -30,7 +30,8 @@ std::optional<int> parse_score(const std::string& infoLine) {
         long value;
         if (!(in >> kind >> value)) return std::nullopt;
         if (kind == "cp") return static_cast<int>(value);
-        if (kind == "mate") return value > 0 ? 30000 - static_cast<int>(2 * value - 1) : -30000 - static_cast<int>(2 * value);
+        if (kind == "mate")
+            return value > 0 ? 30000 - static_cast<int>(2 * value - 1) : -30000 - static_cast<int>(2 * value);
         return std::nullopt;
     }
     return std::nullopt;

@@ -24,18 +24,18 @@ struct Effort {
 
 struct EngineSetup {
     std::string name;
-    std::vector<std::string> argv;  // the program and its arguments
-    std::string dir;                // working directory; empty: the runner's
+    std::vector<std::string> argv;                             // the program and its arguments
+    std::string dir;                                           // working directory; empty: the runner's
     std::vector<std::pair<std::string, std::string>> options;  // setoption name/value
     Effort effort;
 };
 
 struct Reply {
     enum class Kind { Move, Timeout, Crashed, Interrupted } kind = Kind::Move;
-    std::string move;               // the bestmove text, possibly not a move at all
-    std::int64_t elapsedMs = 0;     // from go to bestmove
-    std::optional<int> score;       // last reported, centipawns from the mover's side
-    std::string detail;             // how a crashed engine ended
+    std::string move;            // the bestmove text, possibly not a move at all
+    std::int64_t elapsedMs = 0;  // from go to bestmove
+    std::optional<int> score;    // last reported, centipawns from the mover's side
+    std::string detail;          // how a crashed engine ended
 };
 
 // A reported score: "score cp X" as is, "score mate N" mapped into the same

@@ -326,7 +326,6 @@ int scale_value(int v, int d) {
     return 2;
 }
 
-
 struct Solver {
     Table& t;
     const Material& m;
@@ -383,10 +382,8 @@ struct Solver {
                 if (forMover > t.capv[stm][idx]) t.capv[stm][idx] = static_cast<std::int8_t>(forMover);
             }
             int z;
-            if (pawn && !capture && std::abs(to - from) == 16)
-                z = after_double_push(q, stm, (to + from) / 2);
-            else
-                z = zero_value(q, stm);
+            if (pawn && !capture && std::abs(to - from) == 16) z = after_double_push(q, stm, (to + from) / 2);
+            else z = zero_value(q, stm);
             f |= F_ZERO;
             if (z == Z_WIN) f |= F_ZWIN;
             if (z == Z_DRAW) f |= F_ESCAPE;
@@ -885,7 +882,8 @@ void write_embedding(const std::string& dir, const std::vector<std::pair<std::st
         std::string sym = name;
         std::replace(sym.begin(), sym.end(), '.', '_');
         std::string mangled = "_ZN7morvane15syzygy_embedded" + std::to_string(sym.size()) + sym + "E";
-        as += "    .globl " + mangled + "\n    .balign 64\n" + mangled + ":\n    .incbin \"" + dir + "/" + name + "\"\n";
+        as += "    .globl " + mangled + "\n    .balign 64\n" + mangled + ":\n    .incbin \"" + dir + "/" + name +
+              "\"\n";
         cpp += "extern const unsigned char " + sym + "[];\n";
     }
     as += "    .section .note.GNU-stack,\"\",@progbits\n";

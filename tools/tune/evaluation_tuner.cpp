@@ -15,9 +15,7 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-double seconds_since(Clock::time_point start) {
-    return std::chrono::duration<double>(Clock::now() - start).count();
-}
+double seconds_since(Clock::time_point start) { return std::chrono::duration<double>(Clock::now() - start).count(); }
 
 // The training positions' scores as a linear function of the weights x
 // around the point `anchor` where the true scores were last measured.
@@ -152,8 +150,8 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
     model.anchor = x;
     const double extraction = seconds_since(start);
-    log << "slopes of " << params.size() << " weights over " << train.size() << " positions in " << extraction
-        << " s (" << static_cast<long long>(train.size() / std::max(extraction, 1e-6)) << " positions/s, "
+    log << "slopes of " << params.size() << " weights over " << train.size() << " positions in " << extraction << " s ("
+        << static_cast<long long>(train.size() / std::max(extraction, 1e-6)) << " positions/s, "
         << model.linear.slope.size() + model.refreshed.slope.size() << " non-zero slopes)\n";
 
     const std::vector<float> heldOutBase = linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
@@ -190,8 +188,8 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
         model.anchor = apply_rounded(x, params, config);
         model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
         const double trainLoss = mean_loss(model.refreshed.base, trainTargets, report.scale);
-        const double heldOutLoss = mean_loss(linearise(heldOut, config, params, scoresOnly, settings.step, workers).base,
-                                             heldOutTargets, report.scale);
+        const double heldOutLoss = mean_loss(
+            linearise(heldOut, config, params, scoresOnly, settings.step, workers).base, heldOutTargets, report.scale);
         log << "pass " << pass << ": training loss " << trainLoss << ", held out " << heldOutLoss << '\n';
         if (heldOut.empty() || heldOutLoss < heldOutBest) {
             best = model.anchor;
@@ -210,7 +208,8 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
         const auto passStart = Clock::now();
         const double loss = loss_and_gradient(model, trainTargets, report.scale, x, gradient, workers);
         adam.step(x, gradient, settings.learningRate, frozen);
-        for (std::size_t k = 0; k < x.size(); ++k) x[k] = std::clamp<double>(x[k], params[k].range.lo, params[k].range.hi);
+        for (std::size_t k = 0; k < x.size(); ++k)
+            x[k] = std::clamp<double>(x[k], params[k].range.lo, params[k].range.hi);
         passSeconds += seconds_since(passStart);
         if (pass % 10 == 0) log << "pass " << pass << ": model loss " << loss << '\n';
         if (pass % refreshEvery == 0 || pass == settings.epochs) checkpoint(pass);

@@ -22,13 +22,13 @@
 namespace morvane {
 
 struct TunerSettings {
-    double lambda = 0.0;        // weight of the search score in the target
-    int epochs = 300;           // optimisation passes over the training positions
-    int refreshEvery = 50;      // passes between true evaluations
-    double learningRate = 1.0;  // Adam's step, in units of the weights
-    int step = 4;               // half-width of the finite differences
-    int minPositions = 100;     // weights moving fewer training positions stay put
-    int workers = 2;            // processes for evaluation, threads for the model
+    double lambda = 0.0;            // weight of the search score in the target
+    int epochs = 300;               // optimisation passes over the training positions
+    int refreshEvery = 50;          // passes between true evaluations
+    double learningRate = 1.0;      // Adam's step, in units of the weights
+    int step = 4;                   // half-width of the finite differences
+    int minPositions = 100;         // weights moving fewer training positions stay put
+    int workers = 2;                // processes for evaluation, threads for the model
     std::vector<std::string> keys;  // empty: every evaluation weight
     // Left as they are. The pawn is the unit of the search's centipawn
     // margins, so by default its value stays put and the fitted K and the
@@ -37,7 +37,7 @@ struct TunerSettings {
 };
 
 struct TunerReport {
-    double scale = 0;  // K, fitted to the game results at the starting weights, then kept
+    double scale = 0;                        // K, fitted to the game results at the starting weights, then kept
     double trainBefore = 0, trainAfter = 0;  // true losses, at the start and at the weights returned
     double heldOutBefore = 0, heldOutAfter = 0;
     int trainPositions = 0, heldOutPositions = 0;

@@ -84,15 +84,16 @@ void read_rows(std::FILE* in, std::size_t rows, Linearisation& out) {
 }  // namespace
 
 Linearisation linearise(const std::vector<TrainingSample>& samples, const EngineConfig& config,
-                        const std::vector<TunedParam>& params, const std::vector<int>& which, int step,
-                        int workers) {
+                        const std::vector<TunedParam>& params, const std::vector<int>& which, int step, int workers) {
     workers = std::max(1, std::min<int>(workers, static_cast<int>(samples.size())));
     std::vector<std::unique_ptr<std::FILE, int (*)(std::FILE*)>> parts;
     for (int w = 0; w < workers; ++w) {
         parts.emplace_back(std::tmpfile(), &std::fclose);
         if (!parts.back()) throw std::runtime_error("linearise: no temporary file");
     }
-    auto slice = [&](int w) { return samples.size() * static_cast<std::size_t>(w) / static_cast<std::size_t>(workers); };
+    auto slice = [&](int w) {
+        return samples.size() * static_cast<std::size_t>(w) / static_cast<std::size_t>(workers);
+    };
     const bool ok = run_worker_processes(workers, [&](int w) {
         // Workers are forked children but for a single one, which runs here
         // and must give the global configuration back.

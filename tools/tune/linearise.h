@@ -26,7 +26,6 @@ struct Linearisation {
 // result does not depend on their number. The caller's global
 // configuration is left as it was.
 Linearisation linearise(const std::vector<TrainingSample>& samples, const EngineConfig& config,
-                        const std::vector<TunedParam>& params, const std::vector<int>& which, int step,
-                        int workers);
+                        const std::vector<TunedParam>& params, const std::vector<int>& which, int step, int workers);
 
 }  // namespace morvane

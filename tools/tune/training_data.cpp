@@ -65,18 +65,14 @@ std::vector<TrainingSample> read_training_data(const std::vector<std::string>& p
         TrainingSample sample;
         while (std::getline(file, line))
             if (!line.empty() && line[0] != '#') {
-                if (parse_training_line(line, sample) && playable(*board, sample.fen))
-                    samples.push_back(sample);
-                else
-                    ++malformed;
+                if (parse_training_line(line, sample) && playable(*board, sample.fen)) samples.push_back(sample);
+                else ++malformed;
             }
         if (malformed) std::cerr << path << ": " << malformed << " malformed line(s) skipped\n";
     }
     return samples;
 }
 
-bool is_held_out(std::size_t index, std::size_t count) {
-    return count > 0 && index * 100 / count % 10 == 9;
-}
+bool is_held_out(std::size_t index, std::size_t count) { return count > 0 && index * 100 / count % 10 == 9; }
 
 }  // namespace morvane

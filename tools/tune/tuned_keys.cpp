@@ -15,11 +15,36 @@ namespace {
 // drawishness of opposite bishops. A listed family takes in any key the
 // evaluation later gains under the same prefix.
 constexpr std::string_view EvaluationPrefixes[] = {
-    "material_", "pst_", "isolated_pawn_", "doubled_pawn_", "backward_pawn_", "passed_pawn_", "mobility_",
-    "rook_open_file_", "rook_semi_open_file_", "pin_", "king_shelter_", "king_open_file_", "king_storm_",
-    "chain_storm_", "king_safety_", "minority_attack_", "king_danger_", "threat_", "hanging_piece_",
-    "restricted_piece_", "space_", "initiative_", "bishop_pair_", "knight_pair_", "rook_pair_", "imbalance_",
-    "outpost_", "rook_target_file_", "king_infiltration_", "opposite_bishop_",
+    "material_",
+    "pst_",
+    "isolated_pawn_",
+    "doubled_pawn_",
+    "backward_pawn_",
+    "passed_pawn_",
+    "mobility_",
+    "rook_open_file_",
+    "rook_semi_open_file_",
+    "pin_",
+    "king_shelter_",
+    "king_open_file_",
+    "king_storm_",
+    "chain_storm_",
+    "king_safety_",
+    "minority_attack_",
+    "king_danger_",
+    "threat_",
+    "hanging_piece_",
+    "restricted_piece_",
+    "space_",
+    "initiative_",
+    "bishop_pair_",
+    "knight_pair_",
+    "rook_pair_",
+    "imbalance_",
+    "outpost_",
+    "rook_target_file_",
+    "king_infiltration_",
+    "opposite_bishop_",
 };
 
 bool starts_with(std::string_view text, std::string_view prefix) { return text.substr(0, prefix.size()) == prefix; }
@@ -28,9 +53,9 @@ bool ends_with(std::string_view text, std::string_view suffix) {
 }
 
 int pst_piece_type(std::string_view key) {
-    constexpr std::pair<std::string_view, int> Tables[] = {{"pst_pawn_", PAWN},   {"pst_knight_", KNIGHT},
+    constexpr std::pair<std::string_view, int> Tables[] = {{"pst_pawn_", PAWN},     {"pst_knight_", KNIGHT},
                                                            {"pst_bishop_", BISHOP}, {"pst_rook_", ROOK},
-                                                           {"pst_queen_", QUEEN}, {"pst_king_", KING}};
+                                                           {"pst_queen_", QUEEN},   {"pst_king_", KING}};
     for (const auto& [prefix, type] : Tables)
         if (starts_with(key, prefix)) return type;
     return 0;

@@ -30,7 +30,7 @@ ValueRange value_range(std::string_view key);
 // One tuned integer: element `element` of registry key `key`.
 struct TunedParam {
     std::string key;
-    int field;      // index of the key in all_fields
+    int field;  // index of the key in all_fields
     int element;
     int pieceType;  // for a piece-square entry, its piece; otherwise 0
     bool nonlinear;
