@@ -9,15 +9,15 @@ namespace morvane {
 
 namespace {
 
-struct TbArgs {
-    std::uint64_t white, black, kings, queens, rooks, bishops, knights, pawns;
-    unsigned ep;
-    bool turn;
-};
+bool outside_tables(const Board& b) {
+    return TB_LARGEST == 0 || static_cast<unsigned>(popcount(b.occupied())) > TB_LARGEST || b.state().castling != 0;
+}
 
-TbArgs args_of(const Board& b) {
+}  // namespace
+
+TbPosition tb_position(const Board& b) {
     auto both = [&](int type) { return b.pieces(WHITE, type) | b.pieces(BLACK, type); };
-    int ep = b.state().epSquare;
+    const int ep = b.state().epSquare;
     return {b.pieces(WHITE),
             b.pieces(BLACK),
             both(KING),
@@ -29,12 +29,6 @@ TbArgs args_of(const Board& b) {
             ep == NO_SQUARE ? 0u : static_cast<unsigned>(ep),
             b.side_to_move() == WHITE};
 }
-
-bool outside_tables(const Board& b) {
-    return TB_LARGEST == 0 || static_cast<unsigned>(popcount(b.occupied())) > TB_LARGEST || b.state().castling != 0;
-}
-
-}  // namespace
 
 bool syzygy_init(const std::string& path) {
     if (!path.empty()) {
@@ -54,7 +48,7 @@ bool syzygy_probe_search(const Board& board, int ply, int& score) {
     if (outside_tables(board)) return false;
     // Stored values hold only right after a capture or pawn move.
     if (board.state().halfmove != 0) return false;
-    TbArgs a = args_of(board);
+    const TbPosition a = tb_position(board);
     unsigned wdl = tb_probe_wdl_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns, a.ep,
                                      a.turn);
     if (wdl == TB_RESULT_FAILED) return false;
@@ -64,7 +58,7 @@ bool syzygy_probe_search(const Board& board, int ply, int& score) {
 
 bool syzygy_root_probe(Board& board, TbRootMove& result) {
     if (outside_tables(board)) return false;
-    TbArgs a = args_of(board);
+    const TbPosition a = tb_position(board);
     unsigned results[MAX_MOVES + 1];
     unsigned r = tb_probe_root_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns,
                                     board.state().halfmove, a.ep, a.turn, results);

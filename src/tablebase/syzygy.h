@@ -18,6 +18,15 @@ struct TbRootMove {
     int score = 0;
 };
 
+// A position as the table reader takes it: occupancy by colour and by
+// piece type, the en-passant square (0 for none) and whether White moves.
+struct TbPosition {
+    std::uint64_t white, black, kings, queens, rooks, bishops, knights, pawns;
+    unsigned ep;
+    bool turn;
+};
+TbPosition tb_position(const Board& b);
+
 // Tables of `path` (directories separated by ':'), else the embedded tables
 // written to the cache. True when some table is usable afterwards;
 // TB_LARGEST then gives the largest piece count covered.

@@ -21,10 +21,10 @@ using test::probe_wdl;
 // The move the tables rank best: the longest resistance for a losing side,
 // the fastest conversion for a winning one.
 Move table_move(Board& b) {
-    test::TbProbeArgs a = test::probe_args(b);
+    TbPosition a = tb_position(b);
     unsigned results[MAX_MOVES + 1];
-    const unsigned r = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, b.state().halfmove, a.ep, a.turn,
-                                          results);
+    const unsigned r = tb_probe_root_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns,
+                                          b.state().halfmove, a.ep, a.turn, results);
     if (r == TB_RESULT_FAILED || r == TB_RESULT_CHECKMATE || r == TB_RESULT_STALEMATE) return NULL_MOVE;
     std::string text = square_to_string(static_cast<Square>(tb_result_from(r))) +
                        square_to_string(static_cast<Square>(tb_result_to(r)));

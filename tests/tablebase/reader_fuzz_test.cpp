@@ -124,10 +124,12 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
         for (int probe = 0; probe < 12; ++probe) {
             Board board;
             if (!test::random_position(table, rng, board)) continue;
-            const test::TbProbeArgs a = test::probe_args(board);
-            const unsigned wdl = tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
+            const TbPosition a = tb_position(board);
+            const unsigned wdl = tb_probe_wdl_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights,
+                                                   a.pawns, a.ep, a.turn);
             unsigned results[257];
-            const unsigned root = tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, 0, a.ep, a.turn, results);
+            const unsigned root = tb_probe_root_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights,
+                                                     a.pawns, 0, a.ep, a.turn, results);
             // A damaged file may give a wrong answer, never an impossible one.
             if (wdl != TB_RESULT_FAILED) {
                 EXPECT_LE(wdl, TB_WIN);

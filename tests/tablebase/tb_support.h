@@ -13,6 +13,7 @@
 #include "core/board.h"
 #include "core/position_check.h"
 #include "tablebase/cache.h"
+#include "tablebase/syzygy.h"
 #include "tablebase/tbprobe.h"
 
 namespace morvane::test {
@@ -53,27 +54,6 @@ inline const std::string& shared_table_dir() {
 
 inline void load_embedded_tables() { tb_init(shared_table_dir().c_str()); }
 
-struct TbProbeArgs {
-    std::uint64_t w, b, k, q, r, bi, n, p;
-    unsigned ep;
-    bool turn;
-};
-
-inline TbProbeArgs probe_args(const Board& board) {
-    auto both = [&](int t) { return board.pieces(WHITE, t) | board.pieces(BLACK, t); };
-    int ep = board.state().epSquare;
-    return {board.pieces(WHITE),
-            board.pieces(BLACK),
-            both(KING),
-            both(QUEEN),
-            both(ROOK),
-            both(BISHOP),
-            both(KNIGHT),
-            both(PAWN),
-            ep == NO_SQUARE ? 0u : unsigned(ep),
-            board.side_to_move() == WHITE};
-}
-
 // A random legal placement of the table's pieces, White being the side
 // written first; side to move random.
 inline bool random_position(const std::string& table, std::mt19937_64& rng, Board& board) {
@@ -109,13 +89,14 @@ inline bool random_position(const std::string& table, std::mt19937_64& rng, Boar
 }
 
 inline unsigned probe_wdl(const Board& b) {
-    TbProbeArgs a = probe_args(b);
-    return tb_probe_wdl_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn);
+    TbPosition a = tb_position(b);
+    return tb_probe_wdl_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns, a.ep, a.turn);
 }
 
 inline int probe_dtz(const Board& b, int* success) {
-    TbProbeArgs a = probe_args(b);
-    return tb_probe_dtz_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, a.ep, a.turn, success);
+    TbPosition a = tb_position(b);
+    return tb_probe_dtz_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns, a.ep, a.turn,
+                             success);
 }
 
 inline unsigned probe_wdl_fen(const std::string& fen) {
@@ -133,10 +114,10 @@ inline int probe_dtz_fen(const std::string& fen, int* success) {
 inline unsigned probe_root_fen(const std::string& fen, unsigned* results = nullptr) {
     Board b;
     b.set_fen(fen);
-    TbProbeArgs a = probe_args(b);
+    TbPosition a = tb_position(b);
     unsigned buffer[257];
-    return tb_probe_root_impl(a.w, a.b, a.k, a.q, a.r, a.bi, a.n, a.p, b.state().halfmove, a.ep, a.turn,
-                              results ? results : buffer);
+    return tb_probe_root_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns,
+                              b.state().halfmove, a.ep, a.turn, results ? results : buffer);
 }
 
 }  // namespace morvane::test
