@@ -8,12 +8,16 @@
 // the few hundred bytes evaluation reads, not by parsing its FEN, so that
 // loading costs little next to evaluating; the time of a pass that only
 // loads is still subtracted.
+//
+// Usage: eval_bench [ROUNDS] [CONFIG]: with a parameter file, the weights
+// the engine plays with, which decide how often the costlier terms fire.
 #include <algorithm>
 #include <chrono>
 #include <iostream>
 #include <random>
 #include <vector>
 
+#include "config/config_loader.h"
 #include "core/zobrist.h"
 #include "eval/evaluate.h"
 #include "movegen/movegen.h"
@@ -66,6 +70,10 @@ int main(int argc, char** argv) {
     init_attacks();
     Board board;
     const std::vector<PositionSnapshot> positions = fixed_positions(board);
+    if (argc > 2 && !load_config(argv[2], g_config)) {
+        std::cerr << "eval_bench: cannot read " << argv[2] << '\n';
+        return 1;
+    }
     long long evals = 0, checksum = 0, ignored = 0;
     pass(board, positions, 1, true, ignored, ignored);  // fills the pawn table
     const double loading = pass(board, positions, rounds, false, ignored, ignored);

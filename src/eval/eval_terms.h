@@ -25,6 +25,7 @@ struct EvalState {
     int value[7] = {0, 0, 0, 0, 0, 0, 0};  // piece values of this call, by type
     // Filled by the mobility pass, read by king safety and threats.
     Bitboard attackMap[2] = {0, 0};
+    Bitboard attackedTwice[2] = {0, 0};  // by two or more of a colour's pawns and pieces, king included
     Bitboard attacksByType[2][7] = {};
     PieceAttacks pieceAttacks[2][7];
 

@@ -2,6 +2,7 @@
 // rooks on open files. The same pass records the attack sets that king
 // safety and threat terms read, so it runs even with its weights off.
 #include "eval/eval_terms.h"
+#include "eval/pawn_masks.h"
 
 namespace morvane {
 
@@ -34,10 +35,20 @@ struct Score {
     int mg = 0, eg = 0;
 };
 
-// Scores and records the pieces of one type; returns their attacks. One
-// instance per type, so that the attack lookup is resolved at compile time.
+// Squares attacked so far and those attacked at least twice.
+struct Coverage {
+    Bitboard once = 0, twice = 0;
+    void add(Bitboard attacks) {
+        twice |= once & attacks;
+        once |= attacks;
+    }
+};
+
+// Scores and records the pieces of one type, adding their attacks to the
+// coverage. One instance per type, so that the attack lookup is resolved at
+// compile time.
 template <int Type>
-Bitboard piece_mobility(EvalState& s, Color us, Bitboard area, Score& sum) {
+void piece_mobility(EvalState& s, Color us, Bitboard area, Score& sum, Coverage& coverage) {
     const EngineConfig& c = g_config;
     int mgWeight, egWeight;
     mobility_weights(Type, mgWeight, egWeight);
@@ -48,6 +59,7 @@ Bitboard piece_mobility(EvalState& s, Color us, Bitboard area, Score& sum) {
         const Square sq = pop_lsb(b);
         const Bitboard attacks = piece_attacks(Type, sq, s.board.occupied());
         all |= attacks;
+        coverage.add(attacks);
         if (count < 16) {
             recorded.square[count] = sq;
             recorded.attacks[count++] = attacks;
@@ -61,7 +73,6 @@ Bitboard piece_mobility(EvalState& s, Color us, Bitboard area, Score& sum) {
     }
     recorded.count = count;
     s.attacksByType[us][Type] = all;
-    return all;
 }
 
 }  // namespace
@@ -70,13 +81,16 @@ void apply_mobility(EvalState& s) {
     for (Color us : {WHITE, BLACK}) {
         const Bitboard area = ~(s.board.pieces(us) | s.pawns->pawnAttacks[us ^ 1]);
         Score sum;
-        Bitboard attacked = s.pawns->pawnAttacks[us];
-        if (const Square k = s.board.king_square(us); k != NO_SQUARE) attacked |= kingAtt[k];
-        attacked |= piece_mobility<KNIGHT>(s, us, area, sum);
-        attacked |= piece_mobility<BISHOP>(s, us, area, sum);
-        attacked |= piece_mobility<ROOK>(s, us, area, sum);
-        attacked |= piece_mobility<QUEEN>(s, us, area, sum);
-        s.attackMap[us] = attacked;
+        const Bitboard pawns = s.pieces(us, PAWN);
+        const Bitboard forward = us == WHITE ? pawns << 8 : pawns >> 8;
+        Coverage coverage{s.pawns->pawnAttacks[us], shift_west(forward) & shift_east(forward)};
+        if (const Square k = s.board.king_square(us); k != NO_SQUARE) coverage.add(kingAtt[k]);
+        piece_mobility<KNIGHT>(s, us, area, sum, coverage);
+        piece_mobility<BISHOP>(s, us, area, sum, coverage);
+        piece_mobility<ROOK>(s, us, area, sum, coverage);
+        piece_mobility<QUEEN>(s, us, area, sum, coverage);
+        s.attackMap[us] = coverage.once;
+        s.attackedTwice[us] = coverage.twice;
         s.add(us, sum.mg, sum.eg);
     }
 }

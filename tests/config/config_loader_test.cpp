@@ -186,3 +186,17 @@ TEST(CheckOptions, TwentyFourSwitchesInListOrder) {
         EXPECT_EQ(o.field == nullptr, std::strcmp(o.name, "UsePruning") == 0) << o.name;
     }
 }
+
+// The parameter file shipped beside the engine must load without a single
+// unknown key, bad value or value pulled back into range: any such message
+// means the engine plays with other weights than the ones that were tested.
+TEST(ShippedConfig, LoadsWithoutAnyComplaint) {
+    const std::string path = MORVANE_SOURCE_DIR "/Morvane047.cfg";
+    test::CapturedStreams io;
+    EngineConfig shipped;
+    ASSERT_TRUE(load_config(path, shipped));
+    const std::string err = io.err();
+    EXPECT_EQ(err.rfind("info string " + path + " charge (", 0), 0u) << err;
+    EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    EXPECT_EQ(err.find("erreurs"), std::string::npos) << err;
+}

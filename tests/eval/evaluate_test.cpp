@@ -143,19 +143,7 @@ TEST_F(EvalTest, WeightChangesApplyAtOnceThroughTheCachedPawnEntry) {
     EXPECT_EQ(eval(doubled), before - 50);  // phase 0: endgame weight only
 }
 
-TEST_F(EvalTest, KingSafetyPunishesExposedKings) {
-    struct Pair {
-        const char* exposed;
-        const char* safe;
-    };
-    // Same material; in the first of each pair the white king is open or attacked.
-    const Pair pairs[] = {
-        {"r4rk1/ppp2ppp/8/8/8/8/PPP2PPP/R4RK1 w - - 0 1", "r4rk1/ppp2ppp/8/8/8/8/PPP2PPP/R4RK1 w - - 0 1"},
-        {"r1b2rk1/ppp2ppp/8/8/5n2/6q1/PPP2P1P/R4RK1 w - - 0 1", "r1b2rk1/ppp2ppp/2n5/8/8/q7/PPP2PPP/R4RK1 w - - 0 1"},
-        {"r4rk1/ppp5/8/8/6pp/8/PPP2PPP/R4RK1 w - - 0 1", "r4rk1/ppp3pp/8/8/8/8/PPP2PPP/R4RK1 w - - 0 1"},
-    };
-    for (size_t i = 1; i < std::size(pairs); ++i) EXPECT_LT(eval(pairs[i].exposed), eval(pairs[i].safe)) << i;
-
+TEST_F(EvalTest, EveryKingSafetyWeightCounts) {
     // Every king-safety weight moves the score of some position: positions
     // from random play, where kings get exposed in every possible way.
     std::vector<std::string> positions = {"6k1/5ppp/8/6P1/4PP2/8/8/3Q2K1 w - - 0 1"};  // rookless chain storm

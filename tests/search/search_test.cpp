@@ -147,7 +147,7 @@ TEST_F(SearchTest, SameSearchSameNodesAndPinnedSignature) {
     const std::uint64_t first = nodes_to_depth(fen, 8);
     EXPECT_EQ(nodes_to_depth(fen, 8), first);
     // Pinned counts: an unintended change of search or evaluation shows here.
-    EXPECT_EQ(first, 41504u);
+    EXPECT_EQ(first, 68852u);
 }
 
 TEST_F(SearchTest, DeadlineFormula) {

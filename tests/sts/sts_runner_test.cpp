@@ -101,9 +101,9 @@ TEST_F(StsRunnerTest, ReportsEveryKindOfAnswer) {
                   "first bm : attendu=[Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms "
                   " resolues=1/1\n"
                   "second bm : attendu=[Rd7 / Rd8#] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 "
-                  "temps=Tms  [coup attendu : rang=2, eval=586cp]  resolues=2/2\n"
+                  "temps=Tms  [coup attendu : rang=2, eval=569cp]  resolues=2/2\n"
                   "c0 : attendu=[Rd7] joue=Rd8# (d1d8) eval=29999cp score=6/10 profondeur=1 nodes=39 temps=Tms  [coup "
-                  "attendu : rang=2, eval=586cp]  resolues=2/3\n"
+                  "attendu : rang=2, eval=569cp]  resolues=2/3\n"
                   "unknown : attendu=[Zz9] joue=Rd8# (d1d8) eval=29999cp score=0/10 profondeur=1 nodes=39 temps=Tms  "
                   "[ATTENTION: bm non reconnu]  resolues=2/4\n"
                   "ligne 5 : attendu=[Rd8] joue=Rd8# (d1d8) eval=29999cp score=10/10 profondeur=1 nodes=39 temps=Tms  "
@@ -115,8 +115,8 @@ TEST_F(StsRunnerTest, ReportsEveryKindOfAnswer) {
               "id,attendu,joue_san,joue_uci,eval_cp,score,score_max,profondeur,nodes,temps_ms,rang_coup_attendu,"
               "eval_coup_attendu_cp,bm_non_reconnu,resolues_jusqu_ici,analysees_jusqu_ici\n"
               "\"first bm\",\"Rd8#\",\"Rd8#\",d1d8,29999,10,10,1,39,T,,,non,1,1\n"
-              "\"second bm\",\"Rd7 / Rd8#\",\"Rd8#\",d1d8,29999,10,10,1,39,T,2,586,non,2,2\n"
-              "\"c0\",\"Rd7\",\"Rd8#\",d1d8,29999,6,10,1,39,T,2,586,non,2,3\n"
+              "\"second bm\",\"Rd7 / Rd8#\",\"Rd8#\",d1d8,29999,10,10,1,39,T,2,569,non,2,2\n"
+              "\"c0\",\"Rd7\",\"Rd8#\",d1d8,29999,6,10,1,39,T,2,569,non,2,3\n"
               "\"unknown\",\"Zz9\",\"Rd8#\",d1d8,29999,0,10,1,39,T,,,oui,2,4\n"
               "\"ligne 5\",\"Rd8\",\"Rd8#\",d1d8,29999,10,10,1,39,T,,,non,3,5\n");
     EXPECT_NE(io.err().find("=== Score final : 36 / 50 (72%) ==="), std::string::npos);
