@@ -100,6 +100,8 @@ TEST_F(KingSafetyTest, AttackersTogetherWeighMoreThanAlone) {
 }
 
 TEST_F(KingSafetyTest, StormAndShelterJudgeTheCastledWing) {
+    // The shape of the rule, whether or not the file plays with it.
+    g_config.king_shelter_enabled = 1;
     const auto terms = [&](const char* fen) { return for_white(fen, &EngineConfig::king_shelter_enabled); };
     // Queens on, so that the middlegame terms weigh; the black king sits in
     // the other corner, out of the way of the pawns.
