@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
-#include <random>
 
 #include "tb_support.h"
 
@@ -132,46 +131,6 @@ TEST_F(TablebaseFiles, CorruptedTableFailsOnFirstProbeOnly) {
     EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1R6/K7 w - - 0 1"), TB_RESULT_FAILED);
     EXPECT_EQ(testing::internal::GetCapturedStderr(),
               "info string Table KRvK.rtbw endommagee (en-tete invalide), ignoree\n");
-    EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1"), TB_WIN);
-}
-
-// Damage after a valid header must never lead the decoder outside the file
-// (the sanitizer build would catch it); probes then fail or return some
-// value, and the engine goes on.
-TEST_F(TablebaseFiles, DamagedContentNeverReadsOutsideTheFile) {
-    std::mt19937 rng(5);
-    // Keep the header and the two codes of the first part; scramble its
-    // block offsets and bit stream.
-    for (const char* name : {"KRvK.rtbw", "KRvK.rtbz"}) {
-        std::ifstream in(dir_ / name, std::ios::binary);
-        const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-        auto u16 = [&](std::size_t at) {
-            return std::size_t(std::uint8_t(bytes[at])) | std::size_t(std::uint8_t(bytes[at + 1])) << 8;
-        };
-        std::size_t at = u16(24) | u16(26) << 16;  // first part
-        at += 4;
-        at += 2 + 3 * u16(at);  // value code
-        at += 2 + 3 * u16(at);  // run code
-        std::string noise;
-        for (std::size_t i = at; i < bytes.size(); ++i) noise += static_cast<char>(rng());
-        overwrite(name, at, noise);
-    }
-    tb_init(dir_.c_str());
-    testing::internal::CaptureStderr();
-    // White king on a1, the black king and the white rook anywhere else.
-    for (int i = 0; i < 2000; ++i) {
-        const int rook = 1 + static_cast<int>(rng() % 63), king = 1 + static_cast<int>(rng() % 63);
-        if (rook == king) continue;
-        std::string rows[8];
-        for (std::string& row : rows) row = "11111111";
-        rows[0][0] = 'K';
-        rows[king >> 3][king & 7] = 'k';
-        rows[rook >> 3][rook & 7] = 'R';
-        std::string fen;
-        for (int r = 7; r >= 0; --r) fen += rows[r] + (r ? "/" : "");
-        probe_root_fen(fen + (i % 2 ? " w - - 0 1" : " b - - 0 1"));
-    }
-    testing::internal::GetCapturedStderr();
     EXPECT_EQ(probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1"), TB_WIN);
 }
 
