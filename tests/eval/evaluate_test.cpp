@@ -1,8 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "config/engine_config.h"
-#include "eval/evaluate.h"
 #include "eval/see.h"
+#include "support/eval_fixture.h"
 #include "support/mirror.h"
 #include "support/test_positions.h"
 
@@ -10,28 +9,10 @@ using namespace morvane;
 
 namespace {
 
-constexpr int Inf = 30001;
+constexpr int Inf = test::EvalInf;
 
-// Restores the global parameters after a test changes them.
-class EvalTest : public ::testing::Test {
+class EvalTest : public test::EvalFixture {
 protected:
-    EngineConfig saved = g_config;
-    Board board;
-    void TearDown() override { g_config = saved; }
-
-    int eval(const char* fen) {
-        board.set_fen(fen);
-        return evaluate(board, -Inf, Inf);
-    }
-    // Score change (side to move's view) when a switch is turned off.
-    int contribution(const char* fen, int EngineConfig::*field) {
-        const int on = eval(fen);
-        const int old = g_config.*field;
-        g_config.*field = 0;
-        const int off = eval(fen);
-        g_config.*field = old;
-        return on - off;
-    }
     // Expected blended score for a (mg, eg) amount at the board's phase.
     static int blended(int mg, int eg, int phase) { return (mg * phase + eg * (24 - phase)) / 24; }
 };

@@ -3,8 +3,7 @@
 #include <random>
 
 #include "config/config_loader.h"
-#include "config/engine_config.h"
-#include "eval/evaluate.h"
+#include "support/eval_fixture.h"
 #include "support/mirror.h"
 #include "support/test_positions.h"
 
@@ -12,30 +11,18 @@ using namespace morvane;
 
 namespace {
 
-constexpr int Inf = 30001;
+constexpr int Inf = test::EvalInf;
 
 // King safety as the engine plays it: with the shipped parameter file.
-class KingSafetyTest : public ::testing::Test {
+class KingSafetyTest : public test::EvalFixture {
 protected:
-    EngineConfig saved = g_config;
-    Board board;
     void SetUp() override { ASSERT_TRUE(load_config(MORVANE_SOURCE_DIR "/Morvane047.cfg", g_config)); }
-    void TearDown() override { g_config = saved; }
 
-    int white_score(const std::string& fen) {
-        board.set_fen(fen);
-        const int score = evaluate(board, -Inf, Inf);
-        return board.side_to_move() == WHITE ? score : -score;
-    }
     // What the king-safety terms (all of them, or king danger alone) are
     // worth to White in this position.
     int for_white(const std::string& fen, int EngineConfig::*field) {
-        const int on = white_score(fen);
-        const int old = g_config.*field;
-        g_config.*field = 0;
-        const int off = white_score(fen);
-        g_config.*field = old;
-        return on - off;
+        const int value = contribution(fen, field);
+        return board.side_to_move() == WHITE ? value : -value;
     }
     // King danger as the term weighs it before the game phase tapers it:
     // its middlegame weight on both accumulators.
@@ -48,10 +35,10 @@ protected:
     }
     int all_king_terms_for_white(const std::string& fen) {
         const EngineConfig before = g_config;
-        const int on = white_score(fen);
+        const int on = white_eval(fen);
         g_config.king_danger_enabled = g_config.king_shelter_enabled = 0;
         g_config.chain_storm_enabled = g_config.minority_attack_enabled = 0;
-        const int off = white_score(fen);
+        const int off = white_eval(fen);
         g_config = before;
         return on - off;
     }
