@@ -9,8 +9,6 @@ using namespace morvane;
 
 namespace {
 
-constexpr int Inf = test::EvalInf;
-
 class EvalTest : public test::EvalFixture {
 protected:
     // Expected blended score for a (mg, eg) amount at the board's phase.

@@ -11,8 +11,6 @@ using namespace morvane;
 
 namespace {
 
-constexpr int Inf = test::EvalInf;
-
 // King safety as the engine plays it: with the shipped parameter file.
 class KingSafetyTest : public test::EvalFixture {
 protected:
@@ -114,6 +112,7 @@ TEST_F(KingSafetyTest, ColourMirrorScoresTheSame) {
     Board mirrored;
     test::walk_random_games(board, rng, 40, 80, [&](Board& b, const ScoredMove*, int) {
         mirrored.set_fen(test::mirror_fen(b.fen()));
-        ASSERT_EQ(evaluate(b, -Inf, Inf), evaluate(mirrored, -Inf, Inf)) << b.fen();
+        ASSERT_EQ(evaluate(b, -test::EvalInf, test::EvalInf), evaluate(mirrored, -test::EvalInf, test::EvalInf))
+            << b.fen();
     });
 }

@@ -1,5 +1,6 @@
 // The runner's verdicts when an engine misbehaves, played against the real
-// engine by scripted fake engines, and the runner's clock.
+// engine by scripted fake engines; real engines playing fast games; and the
+// runner's clock.
 #include <gtest/gtest.h>
 
 #include <unistd.h>
@@ -11,6 +12,7 @@
 #include "match/cli.h"
 #include "match/game.h"
 #include "match/match_runner.h"
+#include "match/openings.h"
 
 using namespace match;
 
@@ -90,13 +92,26 @@ TEST(MatchEngine, CrashedEngineIsRestartedForTheNextGame) {
     std::filesystem::remove_all(dir);
 }
 
-TEST(MatchEngine, RealEnginesPlayAGameToItsEnd) {
-    UciEngine a(real_engine()), b(real_engine());
+// Two engine processes play complete games at a fast clock from the
+// project's openings: a crash, an illegal move, a hang or a loss on time
+// ends a game with that verdict and fails the test.
+TEST(MatchEngine, RealEnginesPlayTwentyGamesAtAFastClock) {
+    std::vector<std::string> openings;
+    std::ostringstream log;
+    ASSERT_TRUE(load_openings(MORVANE_SOURCE_DIR "/openings/balanced-8ply.epd", openings, log));
+    shuffle_openings(openings, 1234);
+    EngineSetup timed = real_engine();
+    timed.effort = parse_time_control("2+0.02");
+    UciEngine first(timed), second(timed);
     std::atomic<bool> stop{false};
-    const GameRecord game = play_game(a, b, "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1", {}, stop);
-    EXPECT_NE(game.verdict.outcome, Outcome::Ongoing);
-    EXPECT_FALSE(game.sanMoves.empty());
-    EXPECT_EQ(game.side[0].moves, (static_cast<int>(game.sanMoves.size()) + 1) / 2);
+    for (int gameNo = 0; gameNo < 20; ++gameNo) {
+        const bool firstIsWhite = gameNo % 2 == 0;
+        const GameRecord game = play_game(firstIsWhite ? first : second, firstIsWhite ? second : first,
+                                          openings[gameNo / 2], {}, stop);
+        EXPECT_TRUE(game.verdict.ending == Ending::Normal || game.verdict.ending == Ending::Adjudication)
+            << "game " << gameNo << " from " << game.startFen << ": " << game.verdict.reason;
+        EXPECT_EQ(game.side[0].moves, (static_cast<int>(game.sanMoves.size()) + 1) / 2);
+    }
 }
 
 TEST(MatchEngine, ClockChargesThinkingTimeAndCreditsTheIncrement) {

@@ -111,8 +111,8 @@ int main(int argc, char** argv) {
     init_zobrist();
     init_attacks();
     ToolArguments args(
-        argc, argv, {"output", "openings", "games", "positions", "depth", "nodes", "random-plies", "seed", "workers",
-                                   "config"});
+        argc, argv,
+        {"output", "openings", "games", "positions", "depth", "nodes", "random-plies", "seed", "workers", "config"});
     Plan plan;
     plan.output = args.text("output");
     plan.games = args.integer("games", -1);
