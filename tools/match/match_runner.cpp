@@ -24,6 +24,12 @@ int pair_index(double firstGamePoints, double secondGamePoints) {
 
 double games_per_hour(std::int64_t games, double seconds) { return seconds > 0 ? games * 3600.0 / seconds : 0; }
 
+double ms_per_move(const EngineTotals& t) { return t.moves ? static_cast<double>(t.thinkMs) / t.moves : 0.0; }
+
+double mean_clock_left_ms(const EngineTotals& t) {
+    return t.timedGames ? static_cast<double>(t.clockLeftMs) / t.timedGames : 0.0;
+}
+
 std::string progress_line(const MatchSummary& s, const MatchConfig& config) {
     const EloEstimate e = estimate_elo(s.wdl);
     std::ostringstream line;
@@ -34,6 +40,19 @@ std::string progress_line(const MatchSummary& s, const MatchConfig& config) {
         line << std::setprecision(2) << "  LLR " << s.llr << " [" << config.sprt->lower() << ", "
              << config.sprt->upper() << ']';
     line << std::setprecision(0) << "  " << games_per_hour(s.wdl.games(), s.seconds) << " games/h";
+    return line.str();
+}
+
+// The periodic line of a logged run also carries what the summary would
+// report, so a run cut off before its summary (a killed session, a power
+// cut) still leaves its pairs and clock use in the log.
+std::string logged_progress_line(const MatchSummary& s, const MatchConfig& config) {
+    std::ostringstream line;
+    line << progress_line(s, config) << "  pairs " << s.pairs[0] << ',' << s.pairs[1] << ',' << s.pairs[2] << ','
+         << s.pairs[3] << ',' << s.pairs[4] << std::fixed << std::setprecision(0) << "  ms/move "
+         << ms_per_move(s.totals[0]) << '/' << ms_per_move(s.totals[1]);
+    if (s.totals[0].timedGames)
+        line << "  clock left " << mean_clock_left_ms(s.totals[0]) << '/' << mean_clock_left_ms(s.totals[1]);
     return line.str();
 }
 
@@ -109,7 +128,7 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
             }
             if (!config.liveLine && summary.wdl.games() >= lastReported + 20) {
                 lastReported = summary.wdl.games();
-                progress << progress_line(summary, config) << '\n';
+                progress << logged_progress_line(summary, config) << '\n';
             }
         }
         for (auto& e : engines) e.quit();
@@ -154,10 +173,9 @@ void print_summary(const MatchSummary& s, const MatchConfig& config, std::ostrea
     }
     for (int i = 0; i < 2; ++i) {
         const EngineTotals& t = s.totals[i];
-        out << std::setprecision(0) << config.engines[i].name << ": " << t.moves << " moves, "
-            << (t.moves ? static_cast<double>(t.thinkMs) / t.moves : 0.0) << " ms per move";
-        if (t.timedGames)
-            out << ", clock left at game end " << static_cast<double>(t.clockLeftMs) / t.timedGames << " ms";
+        out << std::setprecision(0) << config.engines[i].name << ": " << t.moves << " moves, " << ms_per_move(t)
+            << " ms per move";
+        if (t.timedGames) out << ", clock left at game end " << mean_clock_left_ms(t) << " ms";
         out << '\n';
     }
     out << "Game endings:\n";
