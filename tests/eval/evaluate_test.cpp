@@ -122,56 +122,6 @@ TEST_F(EvalTest, WeightChangesApplyAtOnceThroughTheCachedPawnEntry) {
     EXPECT_EQ(eval(doubled), before - 50);  // phase 0: endgame weight only
 }
 
-TEST_F(EvalTest, EveryKingSafetyWeightCounts) {
-    // Every king-safety weight moves the score of some position: positions
-    // from random play, where kings get exposed in every possible way.
-    std::vector<std::string> positions = {"6k1/5ppp/8/6P1/4PP2/8/8/3Q2K1 w - - 0 1"};  // rookless chain storm
-    std::mt19937_64 rng(8);
-    for (int game = 0; game < 60; ++game) {
-        board.set_fen(test::PerftFens[game % 6]);
-        test::play_random_moves(board, rng, 10 + game % 30);
-        positions.push_back(board.fen());
-    }
-    int EngineConfig::*fields[] = {
-        &EngineConfig::king_shelter_bonus_per_pawn,
-        &EngineConfig::king_open_file_penalty,
-        &EngineConfig::king_storm_penalty_base,
-        &EngineConfig::king_storm_penalty_per_rank_away,
-        &EngineConfig::chain_storm_bonus_base,
-        &EngineConfig::chain_storm_bonus_per_rank_away,
-        &EngineConfig::chain_storm_no_queen_reduction_pct,
-        &EngineConfig::chain_storm_no_rook_reduction_pct,
-        &EngineConfig::king_safety_no_queen_blocked_reduction_pct,
-        &EngineConfig::minority_attack_bonus_per_rank_mg,
-        &EngineConfig::minority_attack_bonus_per_rank_eg,
-        &EngineConfig::king_danger_weight_knight,
-        &EngineConfig::king_danger_weight_bishop,
-        &EngineConfig::king_danger_weight_rook,
-        &EngineConfig::king_danger_weight_queen,
-        &EngineConfig::king_danger_xray_divisor,
-        &EngineConfig::king_danger_safe_check_knight,
-        &EngineConfig::king_danger_safe_check_bishop,
-        &EngineConfig::king_danger_safe_check_rook,
-        &EngineConfig::king_danger_safe_check_queen,
-        &EngineConfig::king_danger_deflection_bonus,
-        &EngineConfig::king_danger_no_queen_reduction_pct,
-        &EngineConfig::king_danger_scale_mg_pct,
-        &EngineConfig::king_danger_scale_eg_pct,
-    };
-    for (size_t f = 0; f < std::size(fields); ++f) {
-        auto field = fields[f];
-        bool moved = false;
-        for (const std::string& fen : positions) {
-            const int before = eval(fen.c_str());
-            const int old = g_config.*field;
-            g_config.*field = old * 3 + 7;
-            moved = moved || eval(fen.c_str()) != before;
-            g_config.*field = old;
-        }
-        EXPECT_TRUE(moved) << "king-safety field #" << f << " changes no score";
-    }
-}
-
 TEST(See, ExchangeSequences) {
     Board board;
     auto see_of = [&](const char* fen, Square from, Square to, int flag = FLAG_NORMAL, int promo = 0) {

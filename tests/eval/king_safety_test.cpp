@@ -1,11 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "config/config_loader.h"
 #include "support/eval_fixture.h"
 #include "support/mirror.h"
-#include "support/test_positions.h"
 
 using namespace morvane;
 
@@ -102,17 +99,4 @@ TEST_F(KingSafetyTest, StormAndShelterJudgeTheCastledWing) {
     // Kings that have stepped up are charged neither for the open files
     // around them nor for the enemy's unmoved pawns.
     EXPECT_EQ(terms("3q4/3ppp2/4k3/8/8/4K3/3PPP2/3Q4 w - - 0 1"), 0);
-}
-
-TEST_F(KingSafetyTest, ColourMirrorScoresTheSame) {
-    // The exchange threats break ties between equal attackers by square
-    // order, which is not colour-blind.
-    g_config.threat_see_enabled = 0;
-    std::mt19937_64 rng(23);
-    Board mirrored;
-    test::walk_random_games(board, rng, 40, 80, [&](Board& b, const ScoredMove*, int) {
-        mirrored.set_fen(test::mirror_fen(b.fen()));
-        ASSERT_EQ(evaluate(b, -test::EvalInf, test::EvalInf), evaluate(mirrored, -test::EvalInf, test::EvalInf))
-            << b.fen();
-    });
 }
