@@ -3,13 +3,11 @@
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <climits>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <random>
 
-#include "config/check_options.h"
 #include "config/config_loader.h"
 #include "support/capture.h"
 
@@ -176,15 +174,22 @@ TEST_F(ConfigLoaderTest, ManyBadEntriesAreCountedNotAllPrinted) {
     EXPECT_EQ(config.material_rook, 600);
 }
 
-TEST(CheckOptions, TwentyFourSwitchesInListOrder) {
-    const auto options = check_options();
-    ASSERT_EQ(options.size(), 24u);
-    EXPECT_STREQ(options.front().name, "UseOutposts");
-    EXPECT_STREQ(options.back().name, "UseMinorityAttack");
-    for (const auto& o : options) {
-        EXPECT_EQ(std::strncmp(o.name, "Use", 3), 0);
-        EXPECT_EQ(o.field == nullptr, std::strcmp(o.name, "UsePruning") == 0) << o.name;
-    }
+// The documented defaults file must give every key its default: loaded over
+// a record where every registered value is off by one, it must bring back a
+// default-constructed record, key by key, without a single complaint.
+TEST(EngineConfig, DocumentedDefaultsFileHoldsEveryDefault) {
+    EngineConfig defaults, config;
+    for (const ConfigField& f : all_fields(config))
+        for (int i = 0; i < f.count; ++i) ++f.ptr[i];
+
+    test::CapturedStreams io;
+    ASSERT_TRUE(load_config(MORVANE_PARAMETERS_CFG, config));
+    EXPECT_EQ(io.err(), "info string " MORVANE_PARAMETERS_CFG " charge (222 entrees)\n");
+
+    const auto loaded = all_fields(config), expected = all_fields(defaults);
+    for (std::size_t k = 0; k < loaded.size(); ++k)
+        for (int i = 0; i < loaded[k].count; ++i)
+            EXPECT_EQ(loaded[k].ptr[i], expected[k].ptr[i]) << loaded[k].name << '[' << i << ']';
 }
 
 // The parameter file shipped beside the engine must load without a single
