@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <sstream>
 
 #include "core/notation.h"
 #include "support/test_positions.h"
@@ -36,22 +35,6 @@ TEST(Perft, ShallowCountsOfTheStandardPositions) {
         for (int depth = 1; depth <= 4; ++depth)
             EXPECT_EQ(perft_count(board, depth), expected[i][depth - 1]) << test::PerftFens[i] << " depth " << depth;
     }
-}
-
-TEST(MoveGen, GenerationOrderPutsPiecesBeforePawnsBeforeKing) {
-    Board board;
-    const auto moves = legal_texts(board, false);
-    ASSERT_EQ(moves.size(), 20u);
-    EXPECT_EQ(moves.front(), "b1a3");
-    EXPECT_EQ(moves[4], "a2a3");
-    EXPECT_EQ(moves[5], "a2a4");
-    board.set_fen("4k3/1P6/8/8/8/8/8/4K2R w K - 0 1");
-    const auto withPromo = legal_texts(board, false);
-    const std::vector<std::string> head = {"h1f1", "h1g1", "h1h2",  "h1h3",  "h1h4",  "h1h5", "h1h6",
-                                           "h1h7", "h1h8", "b7b8q", "b7b8r", "b7b8b", "b7b8n"};
-    ASSERT_GE(withPromo.size(), head.size());
-    EXPECT_TRUE(std::equal(head.begin(), head.end(), withPromo.begin()));
-    EXPECT_EQ(withPromo.back(), "e1g1");
 }
 
 TEST(MoveGen, ChecksAndCaptureMode) {
