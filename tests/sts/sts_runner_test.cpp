@@ -286,19 +286,20 @@ TEST_F(StsRunnerTest, HeldOrUnwritableReportsStopTheRunUntouched) {
     EXPECT_TRUE(run_sts_suite(suite, 2, 0, dir + "x", false));
 }
 
-// The batch program tells a calling script that it did nothing useful.
+// The batch program tells a calling script that it did nothing useful, and
+// refuses a depth or time it cannot hold rather than wrap it.
 TEST_F(StsRunnerTest, FailedBatchRunsExitWithNonZeroStatus) {
-    const std::string good = write_suite(threeMates);
+    const std::string good = write_suite(threeMates), out = " --output " + dir + "r";
     std::ofstream(dir + "empty.epd") << "";
     std::filesystem::create_directory(dir + "folder.epd");
-    auto status_of = [&](const std::string& suite, const std::string& output) {
-        const std::string command = std::string(MORVANE_EXE) + " --sts " + suite + " --depth 1 --output " + output +
-                                    " 2>/dev/null";
-        return WEXITSTATUS(std::system(command.c_str()));
+    auto status_of = [&](const std::string& args) {
+        return WEXITSTATUS(std::system((std::string(MORVANE_EXE) + " --sts " + args + " 2>/dev/null").c_str()));
     };
-    EXPECT_EQ(status_of(dir + "missing.epd", dir + "r"), 1);
-    EXPECT_EQ(status_of(dir + "empty.epd", dir + "r"), 1);
-    EXPECT_EQ(status_of(dir + "folder.epd", dir + "r"), 1);
-    EXPECT_EQ(status_of(good, dir + "no/such/dir/r"), 1);
-    EXPECT_EQ(status_of(good, dir + "r"), 0);
+    for (const std::string& args :
+         {dir + "missing.epd --depth 1" + out, dir + "empty.epd --depth 1" + out, dir + "folder.epd --depth 1" + out,
+          good + " --depth 1 --output " + dir + "no/such/dir/r", good + out, good + " --depth 2147483648" + out,
+          good + " --depth 4294967297" + out, good + " --depth -9999999999" + out,
+          good + " --movetime 9223372036854775807" + out})
+        EXPECT_EQ(status_of(args), 1) << args;
+    EXPECT_EQ(status_of(good + " --depth 1" + out), 0);
 }

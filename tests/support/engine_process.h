@@ -16,6 +16,14 @@
 
 namespace morvane::test {
 
+// Generous: start-up (attack tables) is slow under the sanitizers.
+inline constexpr int StartupMs = 30000;
+
+inline long elapsed_ms(std::chrono::steady_clock::time_point since) {
+    return static_cast<long>(
+        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - since).count());
+}
+
 class EngineProcess {
 public:
     explicit EngineProcess(const std::vector<std::string>& args = {}, const char* exe = MORVANE_EXE) {
@@ -87,6 +95,12 @@ public:
             if (n <= 0) return std::nullopt;
             buffer_.append(chunk, static_cast<std::size_t>(n));
         }
+    }
+
+    // Asks whether the engine is ready and waits for it to start up.
+    bool ready() {
+        send("isready");
+        return started() && wait_for("readyok", StartupMs).has_value();
     }
 
     // Reads lines until one starts with prefix; returns it, or nothing.

@@ -14,8 +14,6 @@
 namespace morvane {
 namespace {
 
-constexpr int StartupMs = 30000;
-
 using test::probe_wdl;
 
 // The move the tables rank best: the longest resistance for a losing side,
@@ -43,8 +41,7 @@ protected:
     void SetUp() override {
         test::load_embedded_tables();
         engine_.send("uci");
-        engine_.send("isready");
-        ASSERT_TRUE(engine_.wait_for("readyok", StartupMs));
+        ASSERT_TRUE(engine_.ready());
     }
     void TearDown() override { tb_init(""); }
 

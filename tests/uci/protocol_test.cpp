@@ -1,31 +1,35 @@
+// The real executable driven through pipes, as GUIs and match managers do:
+// the handshake, clocks (sane and absurd), node limits, pondering, games of
+// a thousand plies, and quitting or closing the pipe mid-search.
 #include <gtest/gtest.h>
 
 #include <chrono>
 #include <thread>
 
 #include "support/engine_process.h"
+#include "support/test_positions.h"
 
-using namespace morvane::test;
+using namespace morvane;
+using test::elapsed_ms;
 using Clock = std::chrono::steady_clock;
 
 namespace {
 
-// Generous: start-up (attack tables) is slow under the sanitizers.
-constexpr int StartupMs = 30000;
+constexpr const char* AfterE4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1";
 
-long elapsed_ms(Clock::time_point since) {
-    return static_cast<long>(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - since).count());
+bool is_legal(const std::string& fen, const std::string& bestmoveLine) {
+    Board board;
+    board.set_fen(fen);
+    return bestmoveLine.rfind("bestmove ", 0) == 0 && test::find_move(board, bestmoveLine.substr(9)) != NULL_MOVE;
 }
 
 }  // namespace
 
 TEST(Protocol, HandshakeAndFixedDepthSearch) {
-    EngineProcess engine;
-    ASSERT_TRUE(engine.started());
+    test::EngineProcess engine;
     engine.send("uci");
-    ASSERT_TRUE(engine.wait_for("uciok", StartupMs));
-    engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
+    ASSERT_TRUE(engine.wait_for("uciok", test::StartupMs));
+    ASSERT_TRUE(engine.ready());
     engine.send("position startpos moves e2e4");
     engine.send("go depth 4");
     std::vector<std::string> lines;
@@ -39,32 +43,24 @@ TEST(Protocol, HandshakeAndFixedDepthSearch) {
     EXPECT_EQ(engine.wait_exit(5000), 0);
 }
 
-TEST(Protocol, MovetimeIsHonoured) {
-    EngineProcess engine;
-    engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
-    engine.send("position startpos");
-    const auto start = Clock::now();
+TEST(Protocol, MovetimeAndClockAreHonoured) {
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
+    auto start = Clock::now();
     engine.send("go movetime 300");
     ASSERT_TRUE(engine.wait_for("bestmove ", 5000));
     EXPECT_LE(elapsed_ms(start), 350);
-}
 
-TEST(Protocol, ClockSearchAnswersWellWithinTheClock) {
-    EngineProcess engine;
     engine.send("position startpos moves d2d4 d7d5");
-    engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
-    const auto start = Clock::now();
+    start = Clock::now();
     engine.send("go wtime 2000 btime 2000 winc 20 binc 20");
     ASSERT_TRUE(engine.wait_for("bestmove ", 3000));
     EXPECT_LE(elapsed_ms(start), 2000);
 }
 
 TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
-    EngineProcess engine;
-    engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
     engine.send("go infinite");
     engine.send("isready");
     ASSERT_TRUE(engine.wait_for("readyok", 1000));  // answered during the search
@@ -89,9 +85,8 @@ TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
 }
 
 TEST(Protocol, QuitDuringSearchPrintsBestmoveThenExits) {
-    EngineProcess engine;
-    engine.send("isready");
-    ASSERT_TRUE(engine.wait_for("readyok", StartupMs));
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
     engine.send("go infinite");
     std::this_thread::sleep_for(std::chrono::milliseconds(100));
     engine.send("quit");
@@ -99,8 +94,20 @@ TEST(Protocol, QuitDuringSearchPrintsBestmoveThenExits) {
     EXPECT_EQ(engine.wait_exit(2000), 0);
 }
 
+TEST(Protocol, EndOfInputStopsTheSearchLikeQuit) {
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
+    engine.send("go infinite");
+    std::this_thread::sleep_for(std::chrono::milliseconds(200));
+    const auto closed = Clock::now();
+    engine.close_input();
+    EXPECT_TRUE(engine.wait_for("bestmove ", 1000));
+    EXPECT_EQ(engine.wait_exit(1000), 0);
+    EXPECT_LE(elapsed_ms(closed), 1000);
+}
+
 TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
-    EngineProcess engine;
+    test::EngineProcess engine;
     engine.send("position fen 7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");  // stalemate
     engine.send("go depth 3");
     EXPECT_EQ(engine.wait_for("bestmove ", 10000), "bestmove 0000");
@@ -114,4 +121,80 @@ TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
     EXPECT_TRUE(mate == "bestmove a1a8" || mate == "bestmove a1g7") << mate.value_or("(none)");
     engine.send("go depth 2 wtime abc");  // a bad number is skipped, the search still runs
     EXPECT_TRUE(engine.wait_for("bestmove ", 10000));
+}
+
+TEST(Protocol, ThousandPlyGamesStillGetLegalAnswers) {
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
+    // 1,100 plies of knights going back and forth: the start position again,
+    // White to move, well past the board's history tables.
+    std::string position = "position startpos moves";
+    for (int i = 0; i < 275; ++i) position += " g1f3 g8f6 f3g1 f6g8";
+    engine.send(position);
+    engine.send("go movetime 500");
+    const auto reply = engine.wait_for("bestmove ", 10000);
+    ASSERT_TRUE(reply);
+    EXPECT_TRUE(is_legal(StartFen, *reply)) << *reply;
+    ASSERT_TRUE(engine.ready());
+
+    engine.send("position startpos moves e2e4");
+    engine.send("go depth 2");
+    const auto after = engine.wait_for("bestmove ", 10000);
+    ASSERT_TRUE(after);
+    EXPECT_TRUE(is_legal(AfterE4, *after)) << *after;
+}
+
+TEST(Protocol, NodeLimitEndsTheSearchByItself) {
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
+    engine.send("position startpos moves e2e4 e7e5");
+    engine.send("go nodes 20000");
+    std::vector<std::string> lines;
+    ASSERT_TRUE(engine.wait_for("bestmove ", 30000, &lines));
+    unsigned long long nodes = 0;
+    for (const auto& l : lines)
+        if (const auto at = l.find(" nodes "); l.rfind("info depth ", 0) == 0 && at != std::string::npos)
+            nodes += std::stoull(l.substr(at + 7));
+    EXPECT_GT(nodes, 0u);
+    EXPECT_LE(nodes, 40000u);
+    // The search is over: the next commands are not refused.
+    engine.send("go depth 1");
+    EXPECT_TRUE(engine.wait_for("bestmove ", 10000));
+}
+
+TEST(Protocol, AbsurdClocksSearchNormally) {
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
+    for (const char* go :
+         {"go wtime 9223372036854775807 btime 9223372036854775807 winc 9223372036854775807",
+          "go movetime 9223372036854775807", "go wtime 1000 winc -9223372036854775807", "go depth 99999999999"}) {
+        engine.send(go);
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        engine.send("stop");
+        std::vector<std::string> lines;
+        const auto best = engine.wait_for("bestmove ", 10000, &lines);
+        ASSERT_TRUE(best) << go;
+        EXPECT_TRUE(is_legal(StartFen, *best)) << go;
+        EXPECT_GE(lines.size(), 2u) << go;  // at least one completed iteration
+    }
+}
+
+TEST(Protocol, PonderingAnswersOnlyAfterPonderhitOrStop) {
+    test::EngineProcess engine;
+    ASSERT_TRUE(engine.ready());
+    engine.send("position startpos moves e2e4");
+    engine.send("go ponder movetime 300");
+    EXPECT_FALSE(engine.wait_for("bestmove ", 700));
+    const auto hit = Clock::now();
+    engine.send("ponderhit");
+    ASSERT_TRUE(engine.wait_for("bestmove ", 5000));
+    EXPECT_LE(elapsed_ms(hit), 2000);  // now under the clock of its go line
+
+    // A pondering search that reached its depth still waits for the GUI.
+    engine.send("go ponder depth 2");
+    EXPECT_FALSE(engine.wait_for("bestmove ", 500));
+    engine.send("stop");
+    const auto best = engine.wait_for("bestmove ", 2000);
+    ASSERT_TRUE(best);
+    EXPECT_TRUE(is_legal(AfterE4, *best)) << *best;
 }

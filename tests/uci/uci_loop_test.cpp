@@ -1,12 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <random>
+#include <sstream>
 
 #include "config/engine_config.h"
 #include "core/position_check.h"
 #include "search/search_flags.h"
 #include "support/capture.h"
-#include "uci/command_line.h"
 #include "uci/uci_loop.h"
 
 using namespace morvane;
@@ -94,8 +94,6 @@ TEST(UciLoop, BoardPrintAndNewGame) {
               "  a b c d e f g h\ntrait: noirs\nFEN: rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1\n");
     run(board, "ucinewgame", io);
     EXPECT_EQ(board.fen(), StartFen);
-    run(board, "go perft 2", io);
-    EXPECT_NE(io.out().find("Nodes searched: 400"), std::string::npos);
 }
 
 TEST(UciLoop, PerftDividesTheCountByRootMove) {
@@ -143,43 +141,12 @@ TEST(UciLoop, SetoptionSwitchesAndConfigPath) {
 
 TEST(UciLoop, RandomInputNeverEndsTheProcess) {
     // Commands built from protocol words, numbers, FEN fragments and junk.
-    const char* words[] = {"uci",
-                           "isready",
-                           "position",
-                           "startpos",
-                           "fen",
-                           "moves",
-                           "go",
-                           "perft",
-                           "depth",
-                           "setoption",
-                           "name",
-                           "value",
-                           "Hash",
-                           "d",
-                           "print",
-                           "ucinewgame",
-                           "stop",
-                           "e2e4",
-                           "e7e8q",
-                           "e1g1",
-                           "a7a8n",
-                           "8/8/8",
-                           "k7/8/8/8/8/8/8/7K",
-                           "rnbqkbnr/pppppppp",
-                           "w",
-                           "b",
-                           "-",
-                           "KQkq",
-                           "e3",
-                           "0",
-                           "1",
-                           "99999999999999999999",
-                           "-5",
-                           "<empty>",
-                           "\t",
-                           "/",
-                           "x"};
+    std::vector<std::string> words{"\t"};
+    std::istringstream vocabulary(
+        "uci isready position startpos fen moves go perft depth setoption name value Hash d print ucinewgame stop "
+        "e2e4 e7e8q e1g1 a7a8n 8/8/8 k7/8/8/8/8/8/8/7K rnbqkbnr/pppppppp w b - KQkq e3 0 1 99999999999999999999 -5 "
+        "<empty> / x");
+    for (std::string word; vocabulary >> word;) words.push_back(word);
     std::mt19937_64 rng(5);
     Board board;
     test::CapturedStreams io;
@@ -190,7 +157,7 @@ TEST(UciLoop, RandomInputNeverEndsTheProcess) {
             if (rng() % 5 == 0) {
                 for (int c = static_cast<int>(rng() % 8); c > 0; --c) line += static_cast<char>(rng() % 256);
             } else {
-                line += words[rng() % std::size(words)];
+                line += words[rng() % words.size()];
             }
             line += ' ';
         }
@@ -227,15 +194,4 @@ TEST(UciLoop, RandomFensNeverCorruptTheBoard) {
             ASSERT_EQ(board.key(), board.compute_key()) << fen;
         }
     }
-}
-
-TEST(CommandLine, IncompleteBatchRequestPrintsUsage) {
-    test::CapturedStreams io;
-    char prog[] = "morvane", sts[] = "--sts", file[] = "suite.epd", output[] = "--output", base[] = "r";
-    char* argv[] = {prog, sts, file, output, base};
-    EXPECT_EQ(run_command_line(5, argv), 1);
-    EXPECT_EQ(io.err().rfind("Usage: morvane --sts <fichier.epd> (--depth <N> | --movetime <ms>) --output "
-                             "<base_rapport> [--continue]\n  --depth et --movetime peuvent etre combines",
-                             0),
-              0u);
 }
