@@ -9,21 +9,14 @@
 #include <cstdlib>
 #include <fstream>
 #include <random>
-#include <sstream>
 
+#include "support/files.h"
 #include "tb_support.h"
 
 namespace morvane {
 namespace {
 
 namespace fs = std::filesystem;
-
-std::string read_bytes(const fs::path& path) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream content;
-    content << in.rdbuf();
-    return content.str();
-}
 
 void write_bytes(const fs::path& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
@@ -118,7 +111,7 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
     for (int round = 0; round < damagedFiles; ++round) {
         const std::string table = tables[rng() % 3 == 0 ? 5 + rng() % 3 : rng() % 2 ? 0 : 1];
         const fs::path file = dir / (table + (rng() & 1 ? ".rtbw" : ".rtbz"));
-        const std::string pristine = read_bytes(file);
+        const std::string pristine = test::read_file(file);
         write_bytes(file, damaged(pristine, rng));
         tb_init(dir.c_str());
         for (int probe = 0; probe < 12; ++probe) {

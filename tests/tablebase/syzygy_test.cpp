@@ -34,7 +34,7 @@ TEST_F(SyzygyUse, SearchProbeScoresByPly) {
     EXPECT_EQ(score, 0);
 }
 
-TEST_F(SyzygyUse, HalfMoveClockStopsOnlyTheSearchProbe) {
+TEST_F(SyzygyUse, RootProbeIgnoresTheHalfMoveClockAndPlaysTheTablesMove) {
     Board b;
     b.set_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 1 1");
     int score = 0;
@@ -50,6 +50,11 @@ TEST_F(SyzygyUse, HalfMoveClockStopsOnlyTheSearchProbe) {
     EXPECT_EQ(searched.score, 20000);
     EXPECT_EQ(searched.pv, std::vector<Move>{r.move});
     EXPECT_EQ(searched.nodes, 0u);
+    // A pawn promotes to a queen when that wins fastest.
+    b.set_fen("8/1P6/8/8/8/5k2/8/K7 w - - 0 1");
+    ASSERT_TRUE(syzygy_root_probe(b, r));
+    EXPECT_EQ(r.move, make_move(49, 57, FLAG_PROMOTION, 3));
+    EXPECT_EQ(r.score, 20000);
 }
 
 TEST_F(SyzygyUse, RefusedPositions) {
@@ -69,15 +74,6 @@ TEST_F(SyzygyUse, RefusedPositions) {
     EXPECT_FALSE(syzygy_root_probe(b, r));
     b.set_fen("8/8/8/8/8/8/1Q6/k1K5 b - - 0 1");
     EXPECT_FALSE(syzygy_root_probe(b, r));
-}
-
-TEST_F(SyzygyUse, RootMoveEncodesPromotion) {
-    Board b;
-    b.set_fen("8/1P6/8/8/8/5k2/8/K7 w - - 0 1");
-    TbRootMove r;
-    ASSERT_TRUE(syzygy_root_probe(b, r));
-    EXPECT_EQ(r.move, make_move(49, 57, FLAG_PROMOTION, 3));
-    EXPECT_EQ(r.score, 20000);
 }
 
 TEST(SyzygyInit, EmptyDirectoryFallsBackToEmbeddedTables) {

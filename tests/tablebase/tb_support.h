@@ -13,6 +13,7 @@
 #include "core/board.h"
 #include "core/position_check.h"
 #include "tablebase/cache.h"
+#include "tablebase/embedded.h"
 #include "tablebase/syzygy.h"
 #include "tablebase/tbprobe.h"
 
@@ -67,25 +68,21 @@ inline bool random_position(const std::string& table, std::mt19937_64& rng, Boar
         while (squares[sq] != '.');
         squares[sq] = i < v ? table[i] : static_cast<char>(table[i] - 'A' + 'a');
     }
-    std::string fen;
+    std::string fen;  // one digit per empty square: set_fen adds them up
     for (int rank = 7; rank >= 0; --rank) {
-        int empty = 0;
-        for (int file = 0; file < 8; ++file) {
-            const char c = squares[rank * 8 + file];
-            if (c == '.') {
-                ++empty;
-                continue;
-            }
-            if (empty) fen += static_cast<char>('0' + empty);
-            empty = 0;
-            fen += c;
-        }
-        if (empty) fen += static_cast<char>('0' + empty);
+        for (int file = 0; file < 8; ++file) fen += squares[rank * 8 + file] == '.' ? '1' : squares[rank * 8 + file];
         if (rank) fen += '/';
     }
     fen += rng() & 1 ? " w - - 0 1" : " b - - 0 1";
     board.set_fen(fen);
     return position_problem(board).empty();
+}
+
+// Every embedded table file, the 3-piece tables first.
+template <class Visit>
+void for_each_embedded(Visit&& visit) {
+    for (const auto& f : syzygy_embedded::files_3) visit(f);
+    for (const auto& f : syzygy_embedded::files_4) visit(f);
 }
 
 inline unsigned probe_wdl(const Board& b) {
