@@ -8,7 +8,6 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
-#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -16,17 +15,12 @@
 #include "sts/report_rows.h"
 #include "sts/sts_runner.h"
 #include "support/capture.h"
+#include "support/files.h"
 
 using namespace morvane;
+using test::read_file;
 
 namespace {
-
-std::string read_file(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream s;
-    s << in.rdbuf();
-    return s.str();
-}
 
 // Times vary from run to run; everything else must match to the letter.
 // They stand in "temps=<ms>ms" in the text report, and three CSV fields

@@ -13,6 +13,7 @@
 #include "match/game.h"
 #include "match/match_runner.h"
 #include "match/openings.h"
+#include "support/files.h"
 
 using namespace match;
 
@@ -191,13 +192,10 @@ TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
     EXPECT_GE(s.pairs[4], SprtMinPairs);
     EXPECT_EQ(s.totals[1].moves, s.wdl.games());  // one (illegal) move per game
 
-    std::ifstream pgn(config.pgnPath);
-    std::stringstream text;
-    text << pgn.rdbuf();
+    const std::string pgn = morvane::test::read_file(config.pgnPath);
     std::filesystem::remove(config.pgnPath);
     int games = 0;
-    for (auto at = text.str().find("[Event "); at != std::string::npos; at = text.str().find("[Event ", at + 1))
-        ++games;
+    for (auto at = pgn.find("[Event "); at != std::string::npos; at = pgn.find("[Event ", at + 1)) ++games;
     EXPECT_EQ(games, s.wdl.games());
-    EXPECT_NE(text.str().find("[Termination \"rules infraction\"]"), std::string::npos);
+    EXPECT_NE(pgn.find("[Termination \"rules infraction\"]"), std::string::npos);
 }

@@ -10,6 +10,7 @@
 #include "config/config_loader.h"
 #include "eval/evaluate.h"
 #include "support/capture.h"
+#include "support/files.h"
 #include "support/test_positions.h"
 #include "tune/config_writer.h"
 #include "tune/evaluation_tuner.h"
@@ -231,8 +232,7 @@ TEST(ConfigWriter, WrittenFileLoadsCleanlyWithOnlyTheChangedKeys) {
         std::ofstream out(file.path);
         write_config(out, tuned, {"tuned by a test", "data: none"});
     }
-    std::ifstream in(file.path);
-    const std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string text = test::read_file(file.path);
     EXPECT_EQ(text.rfind("# tuned by a test\n# data: none\n", 0), 0u) << text;
 
     test::CapturedStreams io;
