@@ -85,11 +85,8 @@ TEST(SelfPlayRules, ScoresDecideOnlyAfterALastingRun) {
     settings.drawPlies = 3;
     settings.drawMinPly = 50;
     ScoreAdjudicator adjudicator(settings);
-    EXPECT_EQ(adjudicator.after_search(1200, 1), std::nullopt);
-    EXPECT_EQ(adjudicator.after_search(1500, 2), std::nullopt);
-    EXPECT_EQ(adjudicator.after_search(900, 3), std::nullopt);  // the run is broken
-    EXPECT_EQ(adjudicator.after_search(-1000, 4), std::nullopt);
-    EXPECT_EQ(adjudicator.after_search(-1100, 5), std::nullopt);
+    const int scores[] = {1200, 1500, 900, -1000, -1100};  // 900 breaks the first run
+    for (int ply = 1; ply <= 5; ++ply) EXPECT_EQ(adjudicator.after_search(scores[ply - 1], ply), std::nullopt) << ply;
     EXPECT_EQ(adjudicator.after_search(-1300, 6), 0.0);
 
     ScoreAdjudicator level(settings);
