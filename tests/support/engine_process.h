@@ -26,7 +26,7 @@ inline long elapsed_ms(std::chrono::steady_clock::time_point since) {
 
 class EngineProcess {
 public:
-    explicit EngineProcess(const std::vector<std::string>& args = {}, const char* exe = MORVANE_EXE) {
+    EngineProcess() {
         int toChild[2], fromChild[2];
         if (pipe(toChild) != 0 || pipe(fromChild) != 0) return;
         pid_ = fork();
@@ -39,10 +39,7 @@ public:
             dup2(errFd, STDERR_FILENO);
             close(toChild[1]);
             close(fromChild[0]);
-            std::vector<char*> argv{const_cast<char*>(exe)};
-            for (const auto& a : args) argv.push_back(const_cast<char*>(a.c_str()));
-            argv.push_back(nullptr);
-            execv(exe, argv.data());
+            execl(MORVANE_EXE, MORVANE_EXE, static_cast<char*>(nullptr));
             _exit(127);
         }
         close(toChild[0]);

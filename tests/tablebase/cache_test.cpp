@@ -126,13 +126,9 @@ TEST(TablebaseCache, ConcurrentStartsAllSeeCompleteFiles) {
             pid_t pid = fork();
             if (pid == 0) {
                 close(gate[1]);
-                char c;
-                while (read(gate[0], &c, 1) > 0) {
-                }
+                for (char c; read(gate[0], &c, 1) > 0;) continue;  // until the gate closes
                 std::string err;
-                testing::internal::CaptureStderr();
-                std::string dir = extract_embedded_to_cache();
-                err = testing::internal::GetCapturedStderr();
+                const std::string dir = extract_capturing(err);
                 bool ok = !dir.empty() && err.find("ECHEC") == std::string::npos && cache_matches_embedded(dir) &&
                           tb_init(dir.c_str()) && TB_LARGEST == 4 &&
                           test::probe_wdl_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1") == TB_WIN;

@@ -19,21 +19,12 @@ using test::probe_wdl;
 // The move the tables rank best: the longest resistance for a losing side,
 // the fastest conversion for a winning one.
 Move table_move(Board& b) {
-    TbPosition a = tb_position(b);
-    unsigned results[MAX_MOVES + 1];
-    const unsigned r = tb_probe_root_impl(a.white, a.black, a.kings, a.queens, a.rooks, a.bishops, a.knights, a.pawns,
-                                          b.state().halfmove, a.ep, a.turn, results);
+    const unsigned r = test::probe_root_fen(b.fen());
     if (r == TB_RESULT_FAILED || r == TB_RESULT_CHECKMATE || r == TB_RESULT_STALEMATE) return NULL_MOVE;
     std::string text = square_to_string(static_cast<Square>(tb_result_from(r))) +
                        square_to_string(static_cast<Square>(tb_result_to(r)));
     if (tb_result_promotes(r)) text += "qrbn"[tb_result_promotes(r) - 1];
     return test::find_move(b, text);
-}
-
-Move random_move(Board& b, std::mt19937_64& rng) {
-    ScoredMove moves[MAX_MOVES];
-    const int n = generate_legal(b, moves, false);
-    return n ? moves[rng() % static_cast<unsigned>(n)].move : NULL_MOVE;
 }
 
 class EndgamePlay : public ::testing::Test {
@@ -44,6 +35,27 @@ protected:
         ASSERT_TRUE(engine_.ready());
     }
     void TearDown() override { tb_init(""); }
+
+    // Plays from fen, the engine moving first and `reply` answering, until
+    // the game ends or `plies` have been played. No engine move may hand
+    // the opponent a won position, nor may the fifty-move rule come.
+    template <class Reply>
+    void play_out(Board& board, const char* fen, int plies, Reply&& reply) {
+        board.set_fen(fen);
+        std::string moves;
+        for (int ply = 0; ply < plies; ++ply) {
+            ScoredMove list[MAX_MOVES];
+            if (generate_legal(board, list, false) == 0 || board.is_insufficient_material()) return;
+            ASSERT_LT(board.state().halfmove, 100) << "fifty-move rule reached: " << board.fen();
+            const Move m = ply % 2 == 0 ? engine_move(board, fen, moves) : reply(board);
+            ASSERT_NE(m, NULL_MOVE);
+            (moves += ' ') += move_to_uci(m);
+            board.do_move(m);
+            if (ply % 2 == 0) {
+                ASSERT_NE(probe_wdl(board), TB_WIN) << move_to_uci(m) << " loses: " << board.fen();
+            }
+        }
+    }
 
     // The engine's move in the game so far, checked for legality.
     Move engine_move(Board& board, const std::string& startFen, const std::string& moves) {
@@ -70,35 +82,26 @@ TEST_F(EndgamePlay, WonEndingsAreMatedWithinFiftyMoves) {
         "8/8/4k3/8/8/2r5/8/3QK3 w - - 0 1",  // KQvKR
     };
     std::mt19937_64 rng(47);
+    auto random_move = [&](Board& b) {
+        ScoredMove moves[MAX_MOVES];
+        const int n = generate_legal(b, moves, false);
+        return n ? moves[rng() % static_cast<unsigned>(n)].move : NULL_MOVE;
+    };
     for (const char* fen : wins) {
+        ASSERT_EQ(test::probe_wdl_fen(fen), TB_WIN) << fen;
         for (const bool bestDefence : {true, false}) {
             SCOPED_TRACE(std::string(fen) + (bestDefence ? " against the tables" : " against random moves"));
             Board board;
-            board.set_fen(fen);
-            ASSERT_EQ(probe_wdl(board), TB_WIN);
-            std::string moves;
-            bool mated = false;
-            for (int ply = 0; ply < 300 && !mated; ++ply) {
-                ScoredMove list[MAX_MOVES];
-                if (generate_legal(board, list, false) == 0) {
-                    mated = board.checkers() && ply % 2 == 1;
-                    ASSERT_TRUE(mated) << "game ended without mate: " << board.fen();
-                    break;
-                }
-                ASSERT_LT(board.state().halfmove, 100) << "fifty-move rule reached: " << board.fen();
-                const Move m = ply % 2 == 0  ? engine_move(board, fen, moves)
-                               : bestDefence ? table_move(board)
-                                             : random_move(board, rng);
-                ASSERT_NE(m, NULL_MOVE);
-                moves += ' ';
-                moves += move_to_uci(m);
-                board.do_move(m);
-            }
-            EXPECT_TRUE(mated);
+            if (bestDefence) play_out(board, fen, 300, table_move);
+            else play_out(board, fen, 300, random_move);
+            ScoredMove list[MAX_MOVES];
+            EXPECT_TRUE(board.checkers() && generate_legal(board, list, false) == 0 && board.side_to_move() == BLACK)
+                << "game ended without mate: " << board.fen();
         }
     }
 }
 
+// Against the tables' own best tries.
 TEST_F(EndgamePlay, DrawnEndingsAreNeverLost) {
     const char* draws[] = {
         "8/8/4k3/8/8/2r5/8/3RK3 w - - 0 1",   // KRvKR
@@ -108,22 +111,9 @@ TEST_F(EndgamePlay, DrawnEndingsAreNeverLost) {
     };
     for (const char* fen : draws) {
         SCOPED_TRACE(fen);
+        ASSERT_EQ(test::probe_wdl_fen(fen), TB_DRAW);
         Board board;
-        board.set_fen(fen);
-        ASSERT_EQ(probe_wdl(board), TB_DRAW);
-        std::string moves;
-        for (int ply = 0; ply < 60; ++ply) {
-            ScoredMove list[MAX_MOVES];
-            if (generate_legal(board, list, false) == 0 || board.is_insufficient_material()) break;
-            const Move m = ply % 2 == 0 ? engine_move(board, fen, moves) : table_move(board);
-            ASSERT_NE(m, NULL_MOVE);
-            moves += ' ';
-            moves += move_to_uci(m);
-            board.do_move(m);
-            if (ply % 2 == 0) {
-                ASSERT_NE(probe_wdl(board), TB_WIN) << "the engine's " << move_to_uci(m) << " loses: " << board.fen();
-            }
-        }
+        play_out(board, fen, 60, table_move);
     }
 }
 
