@@ -119,20 +119,6 @@ TEST(Board, InsufficientMaterial) {
     EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/1NNNK3 w - - 0 1"));
 }
 
-TEST(Board, CastlingRightsFollowKingAndRookMoves) {
-    Board board;
-    board.set_fen("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
-    board.do_move(uci(board, "a1a8"));  // captures the a8 rook on its corner
-    EXPECT_EQ(board.state().castling, BLACK_OO | WHITE_OO);
-    board.undo_move();
-    board.do_move(uci(board, "e1g1"));
-    EXPECT_EQ(board.state().castling, BLACK_OO | BLACK_OOO);
-    EXPECT_EQ(board.piece_on(5), make_piece(WHITE, ROOK));
-    EXPECT_EQ(board.piece_on(6), make_piece(WHITE, KING));
-    board.undo_move();
-    EXPECT_EQ(board.fen(), "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
-}
-
 TEST(Board, PlyLimitsAndNullMoves) {
     Board board;
     EXPECT_THROW(board.undo_move(), std::runtime_error);
