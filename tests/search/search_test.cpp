@@ -30,20 +30,19 @@ protected:
         g_pruningEnabled.store(true);
     }
 
-    SearchResult search(const char* fen, int depth) {
+    // A fresh search to the depth; `nodes` adds up every iteration's count.
+    SearchResult search(const char* fen, int depth, std::uint64_t* nodes = nullptr) {
         board.set_fen(fen);
         tt_clear();
         SearchLimits limits;
         limits.depth = depth;
-        return iterative_deepening(board, limits, nullptr);
+        return iterative_deepening(board, limits, [&](const SearchResult& r) {
+            if (nodes) *nodes += r.nodes;
+        });
     }
     std::uint64_t nodes_to_depth(const char* fen, int depth) {
-        board.set_fen(fen);
-        tt_clear();
-        SearchLimits limits;
-        limits.depth = depth;
         std::uint64_t total = 0;
-        iterative_deepening(board, limits, [&](const SearchResult& r) { total += r.nodes; });
+        search(fen, depth, &total);
         return total;
     }
 };
