@@ -47,7 +47,6 @@ TEST(San, DisambiguationChecksAndPromotions) {
     EXPECT_EQ(san_of(b, "4k3/8/8/R7/8/8/8/R3K3 w - - 0 1", "a1a3"), "R1a3");
     EXPECT_EQ(san_of(b, "8/7k/8/Q7/8/8/8/Q3Q1K1 w - - 0 1", "a1e5"), "Qa1e5");
     EXPECT_EQ(san_of(b, "5r2/4P3/8/8/8/8/8/4K2k w - - 0 1", "e7f8n"), "exf8=N");
-    EXPECT_EQ(san_of(b, "3k1r2/4P3/8/8/8/8/8/4K3 w - - 0 1", "e7f8n"), "exf8=N");
     EXPECT_EQ(san_of(b, "5r2/4P2k/8/8/8/8/8/4K3 w - - 0 1", "e7f8n"), "exf8=N+");
     EXPECT_EQ(san_of(b, "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1", "e1c1"), "O-O-O");
     EXPECT_EQ(san_of(b, "6k1/5ppp/8/8/8/8/8/R5K1 w - - 0 1", "a1a8"), "Ra8#");

@@ -18,10 +18,6 @@ namespace {
 
 namespace fs = std::filesystem;
 
-void write_bytes(const fs::path& path, const std::string& bytes) {
-    std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
-}
-
 unsigned u16_at(const std::string& b, std::size_t at) {
     return at + 1 < b.size() ? unsigned(std::uint8_t(b[at])) | unsigned(std::uint8_t(b[at + 1])) << 8 : 0;
 }
@@ -33,25 +29,14 @@ void put_u32(std::string& b, std::size_t at, std::uint32_t v) {
     for (int i = 0; i < 4 && at + i < b.size(); ++i) b[at + i] = static_cast<char>(v >> (8 * i));
 }
 
-// Offsets of the fields of a file's first stored part, as far as the file
-// still describes them.
-struct PartFields {
-    std::size_t blocks = 0, valueCode = 0, runCode = 0, offsets = 0;
-};
-
-PartFields first_part(const std::string& b) {
-    PartFields f;
-    f.blocks = u32_at(b, 24) ? u32_at(b, 24) : u32_at(b, 28);
-    f.valueCode = f.blocks + 4;
-    f.runCode = f.valueCode + 2 + 3 * u16_at(b, f.valueCode);
-    f.offsets = f.runCode + 2 + 3 * u16_at(b, f.runCode);
-    return f;
-}
-
 // One kind of damage, chosen at random.
 std::string damaged(std::string b, std::mt19937_64& rng) {
     auto pick = [&](std::size_t n) { return n ? static_cast<std::size_t>(rng() % n) : 0; };
-    const PartFields part = first_part(b);
+    // Where the first stored part keeps its fields, as far as the file
+    // still describes them.
+    const std::size_t blocks = u32_at(b, 24) ? u32_at(b, 24) : u32_at(b, 28), valueCode = blocks + 4;
+    const std::size_t runCode = valueCode + 2 + 3 * u16_at(b, valueCode);
+    const std::size_t offsets = runCode + 2 + 3 * u16_at(b, runCode);
     switch (rng() % 6) {
         case 0:  // a few bit flips anywhere, header included
             for (int i = 1 + static_cast<int>(rng() % 8); i > 0; --i) b[pick(b.size())] ^= char(1 << (rng() % 8));
@@ -60,7 +45,7 @@ std::string damaged(std::string b, std::mt19937_64& rng) {
             b.resize(std::min(b.size(), 64 * pick(b.size() / 64 + 1) + 16));
             break;
         case 2: {  // a made-up symbol or code length in one of the two codes
-            const std::size_t code = rng() & 1 ? part.valueCode : part.runCode;
+            const std::size_t code = rng() & 1 ? valueCode : runCode;
             const std::size_t triple = code + 2 + 3 * pick(std::max(1u, u16_at(b, code)));
             if (triple + 2 >= b.size()) break;
             if (rng() & 1) {
@@ -74,15 +59,15 @@ std::string damaged(std::string b, std::mt19937_64& rng) {
         }
         case 3:  // a block count from nothing to everything
             put_u32(
-                b, part.blocks,
+                b, blocks,
                 rng() & 1 ? 0xFFFFFFFFu - static_cast<std::uint32_t>(rng() % 4) : static_cast<std::uint32_t>(rng()));
             break;
         case 4:  // block offsets pointing anywhere in the stream or beyond
             for (int i = 0; i < 4; ++i)
-                put_u32(b, part.offsets + 4 * pick(u32_at(b, part.blocks) + 1), static_cast<std::uint32_t>(rng()));
+                put_u32(b, offsets + 4 * pick(u32_at(b, blocks) + 1), static_cast<std::uint32_t>(rng()));
             break;
         default:  // the bit stream overwritten with noise
-            for (std::size_t i = part.offsets + pick(b.size()); i < b.size() && i < part.offsets + 4096; ++i)
+            for (std::size_t i = offsets + pick(b.size()); i < b.size() && i < offsets + 4096; ++i)
                 b[i] = static_cast<char>(rng());
             break;
     }
@@ -112,7 +97,7 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
         const std::string table = tables[rng() % 3 == 0 ? 5 + rng() % 3 : rng() % 2 ? 0 : 1];
         const fs::path file = dir / (table + (rng() & 1 ? ".rtbw" : ".rtbz"));
         const std::string pristine = test::read_file(file);
-        write_bytes(file, damaged(pristine, rng));
+        std::ofstream(file, std::ios::binary) << damaged(pristine, rng);
         tb_init(dir.c_str());
         for (int probe = 0; probe < 12; ++probe) {
             Board board;
@@ -132,7 +117,7 @@ TEST(TablebaseFuzz, DamagedFilesNeverLeadOutsideTheFile) {
             }
             wdl == TB_RESULT_FAILED ? ++failed : ++answered;
         }
-        write_bytes(file, pristine);
+        std::ofstream(file, std::ios::binary) << pristine;
     }
     const std::string err = testing::internal::GetCapturedStderr();
     testing::internal::GetCapturedStdout();
