@@ -72,15 +72,23 @@ public:
         in_ = -1;
     }
 
-    // Next line of standard output, or nothing when the timeout passes or
-    // the engine closed its output.
-    std::optional<std::string> read_line(int timeoutMs) {
+    // Asks whether the engine is ready and waits for it to start up.
+    bool ready() {
+        send("isready");
+        return pid_ > 0 && wait_for("readyok", StartupMs).has_value();
+    }
+
+    // Reads lines until one starts with prefix and returns it; nothing when
+    // the timeout passes first or the engine closes its output.
+    std::optional<std::string> wait_for(const std::string& prefix, int timeoutMs,
+                                        std::vector<std::string>* seen = nullptr) {
         const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
         for (;;) {
-            if (const auto nl = buffer_.find('\n'); nl != std::string::npos) {
+            for (std::size_t nl; (nl = buffer_.find('\n')) != std::string::npos;) {
                 std::string line = buffer_.substr(0, nl);
                 buffer_.erase(0, nl + 1);
-                return line;
+                if (seen) seen->push_back(line);
+                if (line.rfind(prefix, 0) == 0) return line;
             }
             const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
                                                                                     std::chrono::steady_clock::now());
@@ -91,27 +99,6 @@ public:
             const ssize_t n = read(out_, chunk, sizeof chunk);
             if (n <= 0) return std::nullopt;
             buffer_.append(chunk, static_cast<std::size_t>(n));
-        }
-    }
-
-    // Asks whether the engine is ready and waits for it to start up.
-    bool ready() {
-        send("isready");
-        return started() && wait_for("readyok", StartupMs).has_value();
-    }
-
-    // Reads lines until one starts with prefix; returns it, or nothing.
-    std::optional<std::string> wait_for(const std::string& prefix, int timeoutMs,
-                                        std::vector<std::string>* seen = nullptr) {
-        const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
-        for (;;) {
-            const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline -
-                                                                                    std::chrono::steady_clock::now());
-            if (left.count() <= 0) return std::nullopt;
-            auto line = read_line(static_cast<int>(left.count()));
-            if (!line) return std::nullopt;
-            if (seen) seen->push_back(*line);
-            if (line->rfind(prefix, 0) == 0) return line;
         }
     }
 
@@ -128,8 +115,6 @@ public:
         }
         return std::nullopt;
     }
-
-    bool started() const { return pid_ > 0; }
 
 private:
     pid_t pid_ = -1;
