@@ -76,22 +76,8 @@ TEST_F(SyzygyUse, RefusedPositions) {
     EXPECT_FALSE(syzygy_root_probe(b, r));
 }
 
-TEST(SyzygyInit, EmptyDirectoryFallsBackToEmbeddedTables) {
-    test::shared_table_dir();
-    test::ScratchTmpdir tmp;
-    std::filesystem::create_directories(tmp.path() / "empty");
-    std::string path = (tmp.path() / "empty").string();
-    testing::internal::CaptureStderr();
-    EXPECT_TRUE(syzygy_init(path));
-    std::string err = testing::internal::GetCapturedStderr();
-    EXPECT_NE(err.find("info string SyzygyPath \"" + path +
-                       "\" : aucune tablebase utilisable, repli sur les donnees embarquees\n"),
-              std::string::npos);
-    EXPECT_EQ(TB_LARGEST, 4u);
-    tb_init("");
-}
-
-// The UCI option reports what the tables became.
+// The UCI option reports what the tables became: the embedded tables for
+// no path or a path without tables, none when no cache can be made.
 TEST(SyzygyInit, SyzygyPathOptionReportsTheOutcome) {
     Board board;
     test::CapturedStreams io;
@@ -99,6 +85,15 @@ TEST(SyzygyInit, SyzygyPathOptionReportsTheOutcome) {
         test::ScratchTmpdir tmp;
         execute_uci_command(board, "setoption name SyzygyPath value <empty>");
         EXPECT_NE(io.err().find("info string SyzygyPath=\"\" -> actif, max_pieces=4\n"), std::string::npos);
+        // A directory without tables falls back on the embedded ones.
+        const std::string empty = (tmp.path() / "empty").string();
+        std::filesystem::create_directories(empty);
+        io.clear();
+        execute_uci_command(board, "setoption name SyzygyPath value " + empty);
+        EXPECT_NE(io.err().find("info string SyzygyPath \"" + empty +
+                                "\" : aucune tablebase utilisable, repli sur les donnees embarquees\n"),
+                  std::string::npos);
+        EXPECT_EQ(TB_LARGEST, 4u);
     }
     {
         // No cache can be made where a file stands in the way.

@@ -143,31 +143,28 @@ TEST(MatchEngine, ScoresOfInfoLines) {
 }
 
 TEST(MatchEngine, ScoreAdjudicationNeedsBothEnginesForEveryPly) {
-    Adjudication rules;
-    rules.resign = true;
-    rules.resignMoves = 2;
-    rules.resignScore = 500;
-    ScoreTrail trail = {0, 10, 600, 700, 650, 800};  // White's view, four plies beyond 500
-    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::WhiteWins);
-    trail[3] = std::nullopt;  // one engine said nothing that move
-    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::Ongoing);
-    trail = {-900, -900, -900, 499};
-    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::Ongoing);
-    trail.push_back(-900);
-    trail[3] = -501;
-    EXPECT_EQ(score_verdict(trail, rules).outcome, Outcome::BlackWins);
-
-    Adjudication draws;
+    Adjudication resign, draws;  // scores are from White's view
+    resign.resign = true;
+    resign.resignMoves = 2;
+    resign.resignScore = 500;
     draws.draw = true;
     draws.drawMoveNumber = 3;
     draws.drawMoves = 2;
     draws.drawScore = 10;
-    ScoreTrail quiet = {0, 0, 0, 0, -10};
-    EXPECT_EQ(score_verdict(quiet, draws).outcome, Outcome::Ongoing);  // before move 3
-    quiet.push_back(5);
-    EXPECT_EQ(score_verdict(quiet, draws).outcome, Outcome::Draw);
-    quiet.back() = 11;
-    EXPECT_EQ(score_verdict(quiet, draws).outcome, Outcome::Ongoing);
+    const struct {
+        ScoreTrail trail;
+        const Adjudication& rules;
+        Outcome outcome;
+    } cases[] = {
+        {{0, 10, 600, 700, 650, 800}, resign, Outcome::WhiteWins},         // four plies beyond 500
+        {{0, 10, 600, std::nullopt, 650, 800}, resign, Outcome::Ongoing},  // one engine said nothing that move
+        {{-900, -900, -900, 499}, resign, Outcome::Ongoing},
+        {{-900, -900, -900, -501, -900}, resign, Outcome::BlackWins},
+        {{0, 0, 0, 0, -10}, draws, Outcome::Ongoing},  // before move 3
+        {{0, 0, 0, 0, -10, 5}, draws, Outcome::Draw},
+        {{0, 0, 0, 0, -10, 11}, draws, Outcome::Ongoing},
+    };
+    for (const auto& c : cases) EXPECT_EQ(score_verdict(c.trail, c.rules).outcome, c.outcome) << &c - cases;
 }
 
 TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
