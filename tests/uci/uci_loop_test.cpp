@@ -13,18 +13,21 @@ using namespace morvane;
 
 namespace {
 
-std::string run(Board& board, const std::string& line, test::CapturedStreams& io) {
-    io.clear();
-    execute_uci_command(board, line);
-    return io.out() + io.err();
-}
+class UciLoop : public ::testing::Test {
+protected:
+    Board board;
+    test::CapturedStreams io;
+    // One command, with what it prints captured afresh.
+    void run(const std::string& line) {
+        io.clear();
+        execute_uci_command(board, line);
+    }
+};
 
 }  // namespace
 
-TEST(UciLoop, HandshakeAndReadiness) {
-    Board board;
-    test::CapturedStreams io;
-    run(board, "uci", io);
+TEST_F(UciLoop, HandshakeAndReadiness) {
+    run("uci");
     const std::string out = io.out();
     EXPECT_EQ(
         out.rfind(
@@ -32,114 +35,106 @@ TEST(UciLoop, HandshakeAndReadiness) {
             0),
         0u);
     EXPECT_EQ(out.substr(out.size() - 6), "uciok\n");
-    run(board, "isready", io);
+    run("isready");
     EXPECT_EQ(io.out(), "readyok\n");
     EXPECT_FALSE(execute_uci_command(board, "quit"));
     EXPECT_TRUE(execute_uci_command(board, ""));
     EXPECT_TRUE(execute_uci_command(board, "xyzzy plugh"));
 }
 
-TEST(UciLoop, PositionCommandsAndTheirErrors) {
-    Board board;
-    test::CapturedStreams io;
-    run(board, "position startpos moves e2e4 e7e5 xx g1f3", io);
+TEST_F(UciLoop, PositionCommandsAndTheirErrors) {
+    run("position startpos moves e2e4 e7e5 xx g1f3");
     EXPECT_EQ(io.err(), "info string coup UCI non reconnu ou illegal: xx\n");
     EXPECT_EQ(board.fen(), "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq e6 0 1");
 
-    run(board, "position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8", io);
+    run("position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8");
     EXPECT_EQ(io.err(), "info string coup UCI non reconnu ou illegal: b7b8\n");
-    run(board, "position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8q", io);
+    run("position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8q");
     EXPECT_EQ(board.fen(), "1Q2k3/8/8/8/8/8/8/4K3 b - - 0 1");
 
     // A refused placement leaves what was placed, consistent, and never the
     // start position: "go" must not answer a move for a position the GUI
     // does not have.
-    run(board, "position fen rnbqkbnr/ppppxppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1 moves e2e4", io);
+    run("position fen rnbqkbnr/ppppxppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1 moves e2e4");
     EXPECT_EQ(io.err(), "info string EXCEPTION pendant position: FEN invalide: piece inconnue\n");
     EXPECT_EQ(board.fen(), "rnbqkbnr/pppp4/8/8/8/8/8/8 w - - 0 1");
     EXPECT_EQ(board.key(), board.compute_key());
-    run(board, "go depth 1", io);
+    run("go depth 1");
     EXPECT_EQ(io.out(), "bestmove 0000\n");
     EXPECT_EQ(io.err(),
               "info string position injouable, pas de recherche: il faut exactement un roi de chaque couleur\n");
 
     // Accepted positions are kept; impossible rights are dropped and said.
-    run(board, "position fen 4k3/8/8/8/8/8/8/4K3 w KQkq e6 0 1", io);
+    run("position fen 4k3/8/8/8/8/8/8/4K3 w KQkq e6 0 1");
     EXPECT_EQ(io.err(),
               "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (KQkq), "
               "case en passant incoherente retiree (e6)\n");
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 0 1");
-    run(board, "position fen 4k3/8/8/8/8/8/8/R3K2R w KQkq - 0 1", io);
+    run("position fen 4k3/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1");
-    run(board, "position fen 4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1 moves e2e7", io);
+    run("position fen 4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1 moves e2e7");
     EXPECT_EQ(io.err(),
               "info string coups ignores, position injouable: le roi du camp qui n'a pas le trait est en echec\n");
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1");
-    run(board, "go perft 1", io);
+    run("go perft 1");
     EXPECT_EQ(io.out(), "");
 
-    run(board, "position fen 4k3/8/8/8/8/8/8/4K3 w - - 0 1", io);
-    run(board, "position sideways", io);  // an unknown form changes nothing
+    run("position fen 4k3/8/8/8/8/8/8/4K3 w - - 0 1");
+    run("position sideways");  // an unknown form changes nothing
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 0 1");
 }
 
-TEST(UciLoop, BoardPrintAndNewGame) {
-    Board board;
-    test::CapturedStreams io;
-    run(board, "position startpos moves e2e4", io);
-    run(board, "d", io);
+TEST_F(UciLoop, BoardPrintAndNewGame) {
+    run("position startpos moves e2e4");
+    run("d");
     EXPECT_EQ(io.out(),
               "8 r n b q k b n r \n7 p p p p p p p p \n6 . . . . . . . . \n5 . . . . . . . . \n"
               "4 . . . . P . . . \n3 . . . . . . . . \n2 P P P P . P P P \n1 R N B Q K B N R \n"
               "  a b c d e f g h\ntrait: noirs\nFEN: rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1\n");
-    run(board, "ucinewgame", io);
+    run("ucinewgame");
     EXPECT_EQ(board.fen(), StartFen);
 }
 
-TEST(UciLoop, PerftDividesTheCountByRootMove) {
-    Board board;
-    test::CapturedStreams io;
-    run(board, "go perft 1", io);
+TEST_F(UciLoop, PerftDividesTheCountByRootMove) {
+    run("go perft 1");
     EXPECT_EQ(io.out().find("b1a3: 1\n"), 0u);
     EXPECT_NE(io.out().find("\nNodes searched: 20\n"), std::string::npos);
-    run(board, "go perft 0", io);
+    run("go perft 0");
     EXPECT_NE(io.out().find("\nNodes searched: 20\n"), std::string::npos);
-    run(board, "go perft 3", io);
+    run("go perft 3");
     EXPECT_NE(io.out().find("e2e4: 600\n"), std::string::npos);
     EXPECT_NE(io.out().find("\nNodes searched: 8902\n"), std::string::npos);
-    run(board, "position fen 7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", io);  // stalemate
-    run(board, "go perft 2", io);
+    run("position fen 7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");  // stalemate
+    run("go perft 2");
     EXPECT_EQ(io.out(), "\nNodes searched: 0\n");
 }
 
-TEST(UciLoop, SetoptionSwitchesAndConfigPath) {
-    Board board;
-    test::CapturedStreams io;
-    run(board, "setoption name No Such Option value 3", io);
+TEST_F(UciLoop, SetoptionSwitchesAndConfigPath) {
+    run("setoption name No Such Option value 3");
     EXPECT_EQ(io.err(), "info string option inconnue: No Such Option\n");
 
-    run(board, "setoption name UseMobility value false", io);
+    run("setoption name UseMobility value false");
     EXPECT_EQ(g_config.mobility_enabled, 0);
-    run(board, "uci", io);
+    run("uci");
     EXPECT_NE(io.out().find("option name UseMobility type check default false\n"), std::string::npos);
     EXPECT_NE(io.out().find("option name UseOutposts type check default true\n"), std::string::npos);
-    run(board, "setoption name UseMobility value yes", io);
+    run("setoption name UseMobility value yes");
     EXPECT_EQ(io.err(), "info string valeur booleenne invalide pour UseMobility: yes\n");
     EXPECT_EQ(g_config.mobility_enabled, 0);
-    run(board, "setoption name UseMobility value true", io);
+    run("setoption name UseMobility value true");
     EXPECT_EQ(g_config.mobility_enabled, 1);
-    run(board, "setoption name UsePruning value false", io);
+    run("setoption name UsePruning value false");
     EXPECT_FALSE(g_pruningEnabled.load());
-    run(board, "setoption name UsePruning value true", io);
+    run("setoption name UsePruning value true");
     EXPECT_TRUE(g_pruningEnabled.load());
 
-    run(board, "setoption name ConfigPath value <empty>", io);
+    run("setoption name ConfigPath value <empty>");
     EXPECT_EQ(io.err(), "info string ConfigPath vide, ignore\n");
-    run(board, "setoption name ConfigPath value /no/such/file.cfg", io);
+    run("setoption name ConfigPath value /no/such/file.cfg");
     EXPECT_EQ(io.err(), "info string impossible de charger la configuration depuis \"/no/such/file.cfg\"\n");
 }
 
-TEST(UciLoop, RandomInputNeverEndsTheProcess) {
+TEST_F(UciLoop, RandomInputNeverEndsTheProcess) {
     // Commands built from protocol words, numbers, FEN fragments and junk.
     std::vector<std::string> words{"\t"};
     std::istringstream vocabulary(
@@ -148,8 +143,6 @@ TEST(UciLoop, RandomInputNeverEndsTheProcess) {
         "<empty> / x");
     for (std::string word; vocabulary >> word;) words.push_back(word);
     std::mt19937_64 rng(5);
-    Board board;
-    test::CapturedStreams io;
     for (int i = 0; i < 3000; ++i) {
         std::string line;
         const int count = static_cast<int>(rng() % 12);
@@ -164,22 +157,20 @@ TEST(UciLoop, RandomInputNeverEndsTheProcess) {
         // Only shallow perfts, so that the test stays fast.
         if (line.find("perft") != std::string::npos) line = "go perft " + std::to_string(rng() % 3);
         if (line.rfind("quit", 0) == 0) continue;
-        execute_uci_command(board, line);
-        execute_uci_command(board, "stop");  // a "go" may have started a search
+        run(line);
+        run("stop");  // a "go" may have started a search
         ASSERT_EQ(board.key(), board.compute_key()) << line;
-        io.clear();
     }
-    execute_uci_command(board, std::string(1 << 20, 'e'));
-    execute_uci_command(board, "position fen " + std::string(1 << 16, '8'));
-    execute_uci_command(board, "go perft notanumber");
-    execute_uci_command(board, "stop");
+    run(std::string(1 << 20, 'e'));
+    run("position fen " + std::string(1 << 16, '8'));
+    run("go perft notanumber");
+    run("stop");
     EXPECT_EQ(board.key(), board.compute_key());
 }
 
-TEST(UciLoop, RandomFensNeverCorruptTheBoard) {
+TEST_F(UciLoop, RandomFensNeverCorruptTheBoard) {
     const std::string alphabet = "pnbrqkPNBRQK12345678/ wb-KQkqabcdefgh0123456789";
     std::mt19937_64 rng(11);
-    Board board;
     for (int i = 0; i < 3000; ++i) {
         std::string fen;
         for (int c = static_cast<int>(rng() % 80); c > 0; --c) fen += alphabet[rng() % alphabet.size()];
