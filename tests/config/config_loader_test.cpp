@@ -10,6 +10,7 @@
 
 #include "config/config_loader.h"
 #include "support/capture.h"
+#include "support/files.h"
 
 using namespace morvane;
 
@@ -17,12 +18,10 @@ namespace {
 
 class ConfigLoaderTest : public ::testing::Test {
 protected:
-    std::filesystem::path path = std::filesystem::temp_directory_path() /
-                                 ("morvane_cfg_test_" + std::to_string(::getpid()) + ".cfg");
+    test::ScratchDir scratch;
+    std::filesystem::path path = scratch / "test.cfg";
     EngineConfig config;
     test::CapturedStreams io;
-
-    void TearDown() override { std::filesystem::remove(path); }
 
     std::string load(const std::string& text) {
         std::ofstream(path, std::ios::binary) << text;
@@ -137,7 +136,7 @@ TEST_F(ConfigLoaderTest, GarbageNeverCrashesNorTouchesUnnamedFields) {
 // Only regular files are read: anything else is refused at once, even a
 // FIFO that no one writes to (reading it would block for good).
 TEST_F(ConfigLoaderTest, OnlyRegularFilesOfSaneSizeAreLoaded) {
-    const std::filesystem::path fifo = path.string() + ".fifo", dir = path.string() + ".dir";
+    const std::filesystem::path fifo = scratch / "fifo", dir = scratch / "dir";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(dir);
     struct Case {
@@ -150,8 +149,6 @@ TEST_F(ConfigLoaderTest, OnlyRegularFilesOfSaneSizeAreLoaded) {
         EXPECT_EQ(io.err(),
                   "info string " + c.file.string() + " : fichier refuse (" + c.why + "), configuration non chargee\n");
     }
-    std::filesystem::remove(fifo);
-    std::filesystem::remove(dir);
 
     std::ofstream(path) << "material_rook 600\n" << std::string(1 << 20, '#');
     io.clear();

@@ -42,9 +42,8 @@ const char* threeMates =
 
 class StsRunnerTest : public ::testing::Test {
 protected:
-    std::string dir = testing::TempDir() + "morvane_sts_" + std::to_string(::getpid()) + "/";
-    void SetUp() override { std::filesystem::create_directories(dir); }
-    void TearDown() override { std::filesystem::remove_all(dir); }
+    test::ScratchDir scratch;
+    std::string dir = scratch / "";
     std::string write_suite(const std::string& text) {
         std::ofstream(dir + "suite.epd") << text;
         return dir + "suite.epd";

@@ -1,5 +1,8 @@
-// Whole-file reads, for tests that check what a program wrote.
+// Scratch directories and whole-file reads, for tests that check what a
+// program wrote.
 #pragma once
+
+#include <stdlib.h>
 
 #include <filesystem>
 #include <fstream>
@@ -7,6 +10,27 @@
 #include <string>
 
 namespace morvane::test {
+
+// A fresh directory of its own under /tmp, removed with all it holds.
+class ScratchDir {
+public:
+    ScratchDir() {
+        char pattern[] = "/tmp/morvane_test_XXXXXX";
+        path_ = mkdtemp(pattern);
+    }
+    ~ScratchDir() {
+        std::error_code ec;
+        std::filesystem::remove_all(path_, ec);
+    }
+    ScratchDir(const ScratchDir&) = delete;
+    ScratchDir& operator=(const ScratchDir&) = delete;
+    const std::filesystem::path& path() const { return path_; }
+    // A path inside the directory.
+    std::string operator/(const std::string& name) const { return (path_ / name).string(); }
+
+private:
+    std::filesystem::path path_;
+};
 
 // The file's bytes, or nothing when it cannot be read.
 inline std::string read_file(const std::filesystem::path& path) {

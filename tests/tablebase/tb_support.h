@@ -12,6 +12,7 @@
 
 #include "core/board.h"
 #include "core/position_check.h"
+#include "support/files.h"
 #include "tablebase/cache.h"
 #include "tablebase/embedded.h"
 #include "tablebase/syzygy.h"
@@ -19,30 +20,25 @@
 
 namespace morvane::test {
 
-class ScratchTmpdir {
+// A scratch directory that stands as TMPDIR while it lives.
+class ScratchTmpdir : public ScratchDir {
 public:
     ScratchTmpdir() {
-        char pattern[] = "/tmp/morvane_tb_XXXXXX";
-        dir_ = mkdtemp(pattern);
         const char* old = std::getenv("TMPDIR");
         hadOld_ = old != nullptr;
         if (old) old_ = old;
-        setenv("TMPDIR", dir_.c_str(), 1);
+        setenv("TMPDIR", path().c_str(), 1);
     }
     ~ScratchTmpdir() {
         if (hadOld_) setenv("TMPDIR", old_.c_str(), 1);
         else unsetenv("TMPDIR");
         std::error_code ec;
         std::filesystem::permissions(cache(), std::filesystem::perms::owner_all, ec);
-        std::filesystem::remove_all(dir_, ec);
     }
-    std::filesystem::path path() const { return dir_; }
-    std::filesystem::path cache() const {
-        return std::filesystem::path(dir_) / ("morvane-" + std::to_string(geteuid()));
-    }
+    std::filesystem::path cache() const { return path() / ("morvane-" + std::to_string(geteuid())); }
 
 private:
-    std::string dir_, old_;
+    std::string old_;
     bool hadOld_ = false;
 };
 

@@ -3,10 +3,7 @@
 // runner's clock.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <filesystem>
-#include <fstream>
 #include <sstream>
 
 #include "match/cli.h"
@@ -78,19 +75,13 @@ TEST(MatchEngine, EachFailureLosesWithItsReason) {
 }
 
 TEST(MatchEngine, CrashedEngineIsRestartedForTheNextGame) {
-    const std::filesystem::path dir = std::filesystem::temp_directory_path() /
-                                      ("match_restart_" + std::to_string(getpid()));
-    std::filesystem::create_directories(dir);
-    UciEngine crashing(fake_engine("exit 1", dir.string())), real(real_engine());
+    const morvane::test::ScratchDir dir;
+    UciEngine crashing(fake_engine("exit 1", dir.path())), real(real_engine());
     std::atomic<bool> stop{false};
     for (int game = 0; game < 2; ++game)
         EXPECT_EQ(play_game(crashing, real, morvane::StartFen, {}, stop).verdict.outcome, Outcome::BlackWins);
     crashing.quit();
-    std::ifstream starts(dir / "starts");
-    int count = 0;
-    for (std::string line; std::getline(starts, line);) ++count;
-    EXPECT_EQ(count, 2);
-    std::filesystem::remove_all(dir);
+    EXPECT_EQ(morvane::test::read_file(dir / "starts"), "started\nstarted\n");
 }
 
 // Two engine processes play complete games at a fast clock from the
@@ -175,7 +166,8 @@ TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
     config.games = 100;
     config.concurrency = 2;
     config.sprt = SprtBounds{0, 5};
-    config.pgnPath = (std::filesystem::temp_directory_path() / ("match_pgn_" + std::to_string(getpid()))).string();
+    const morvane::test::ScratchDir scratch;
+    config.pgnPath = scratch / "games.pgn";
     std::atomic<bool> stop{false};
     std::ostringstream progress;
     const MatchSummary s = run_match(config, stop, progress);
@@ -190,7 +182,6 @@ TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
     EXPECT_EQ(s.totals[1].moves, s.wdl.games());  // one (illegal) move per game
 
     const std::string pgn = morvane::test::read_file(config.pgnPath);
-    std::filesystem::remove(config.pgnPath);
     int games = 0;
     for (auto at = pgn.find("[Event "); at != std::string::npos; at = pgn.find("[Event ", at + 1)) ++games;
     EXPECT_EQ(games, s.wdl.games());

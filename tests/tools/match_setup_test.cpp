@@ -2,8 +2,6 @@
 // the generated opening book.
 #include <gtest/gtest.h>
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
@@ -11,6 +9,7 @@
 
 #include "match/cli.h"
 #include "match/openings.h"
+#include "support/files.h"
 
 using namespace match;
 
@@ -62,7 +61,8 @@ TEST(MatchSetup, BadCommandLinesAreRefused) {
 }
 
 TEST(MatchSetup, OpeningFilesTakeEpdAndFenAndSkipBadLines) {
-    const auto path = std::filesystem::temp_directory_path() / ("match_openings_" + std::to_string(getpid()));
+    const morvane::test::ScratchDir scratch;
+    const std::string path = scratch / "openings.epd";
     std::ofstream(path) << "# a comment\n"
                            "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 bm e5; id \"x\";\n"
                            "\n"
@@ -71,8 +71,7 @@ TEST(MatchSetup, OpeningFilesTakeEpdAndFenAndSkipBadLines) {
                            "rnbqkbnr/pppppppp\n";
     std::vector<std::string> fens;
     std::ostringstream log;
-    ASSERT_TRUE(load_openings(path.string(), fens, log));
-    std::filesystem::remove(path);
+    ASSERT_TRUE(load_openings(path, fens, log));
     ASSERT_EQ(fens.size(), 2u);
     EXPECT_EQ(fens[0], "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq e3 0 1");
     EXPECT_EQ(fens[1], "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");

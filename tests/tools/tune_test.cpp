@@ -38,13 +38,6 @@ std::vector<float> scores_under(const EngineConfig& config, const std::vector<Tr
     return linearise(samples, config, {}, {}, 1, 1).base;
 }
 
-struct TempFile {
-    std::filesystem::path path;
-    explicit TempFile(const std::string& name)
-        : path(std::filesystem::temp_directory_path() / (name + std::to_string(::getpid()))) {}
-    ~TempFile() { std::filesystem::remove(path); }
-};
-
 }  // namespace
 
 // The tuner fits exactly the keys that move the static score: a weight no
@@ -207,14 +200,15 @@ TEST(ConfigWriter, WrittenFilesLoadBackUnchanged) {
     tuned.pst_knight_mg[63] = 12;  // h8
     tuned.passed_pawn_bonus_eg[5] = 90;
     tuned.time_movestogo_opening = 30;  // carried over from a starting file
-    TempFile file("morvane_written_");
+    const test::ScratchDir scratch;
+    const std::string file = scratch / "written.cfg";
     auto write_and_load = [&](const EngineConfig& config, EngineConfig& loaded) {
         {
-            std::ofstream out(file.path);
+            std::ofstream out(file);
             write_config(out, config, {"tuned by a test", "data: none"});
         }
         test::CapturedStreams io;
-        EXPECT_TRUE(load_config(file.path.string(), loaded));
+        EXPECT_TRUE(load_config(file, loaded));
         std::ostringstream expected, actual;
         write_config(expected, config, {});
         write_config(actual, loaded, {});
@@ -222,8 +216,8 @@ TEST(ConfigWriter, WrittenFilesLoadBackUnchanged) {
         return io.err();
     };
     EngineConfig loaded;
-    EXPECT_EQ(write_and_load(tuned, loaded), "info string " + file.path.string() + " charge (4 entrees)\n");
-    EXPECT_EQ(test::read_file(file.path).rfind("# tuned by a test\n# data: none\n", 0), 0u);
+    EXPECT_EQ(write_and_load(tuned, loaded), "info string " + file + " charge (4 entrees)\n");
+    EXPECT_EQ(test::read_file(file).rfind("# tuned by a test\n# data: none\n", 0), 0u);
 
     EngineConfig pushed, reloaded;
     const std::vector<TunedParam> params = tuned_params();
@@ -244,13 +238,14 @@ TEST(TrainingData, LinesParseAndOneInTenIsHeldOut) {
                             "4k3/8/8/8/8/8/4P3/4K3 b - - 0 1 | 0.5 | x", " | 0.5 | 3", ""})
         EXPECT_FALSE(parse_training_line(bad, sample)) << bad;
 
-    TempFile file("morvane_data_");
-    std::ofstream(file.path) << "4k3/8/8/8/8/8/4P3/4K3 b - - 0 1 | 0.5 | 3\n"
-                                "4k3/8/8/8/8/8/4P3/4X3 b - - 0 1 | 0.5 | 3\n"  // no such piece
-                                "8/8/8/8/8/8/4P3/4K3 b - - 0 1 | 0.5 | 3\n"    // no black king
-                                "garbage\n";
+    const test::ScratchDir scratch;
+    const std::string file = scratch / "data.txt";
+    std::ofstream(file) << "4k3/8/8/8/8/8/4P3/4K3 b - - 0 1 | 0.5 | 3\n"
+                           "4k3/8/8/8/8/8/4P3/4X3 b - - 0 1 | 0.5 | 3\n"  // no such piece
+                           "8/8/8/8/8/8/4P3/4K3 b - - 0 1 | 0.5 | 3\n"    // no black king
+                           "garbage\n";
     test::CapturedStreams io;
-    EXPECT_EQ(read_training_data({file.path.string(), "/no/such/data"}).size(), 1u);
+    EXPECT_EQ(read_training_data({file, "/no/such/data"}).size(), 1u);
     EXPECT_NE(io.err().find("3 malformed line(s) skipped"), std::string::npos) << io.err();
     EXPECT_NE(io.err().find("cannot read /no/such/data"), std::string::npos) << io.err();
 
