@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <memory>
 
 #include "config/engine_config.h"
@@ -185,23 +186,16 @@ TEST_F(SearchTest, DeadlineFormula) {
 TEST_F(SearchTest, EveryPruningSwitchRemovesItsTechnique) {
     const char* fen = "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - 3 9";
     const std::uint64_t base = nodes_to_depth(fen, 9);
-    int EngineConfig::*switches[] = {
-        &EngineConfig::iir_enabled,
-        &EngineConfig::razor_enabled,
-        &EngineConfig::rfp_enabled,
-        &EngineConfig::null_move_enabled,
-        &EngineConfig::futility_enabled,
-        &EngineConfig::lmr_enabled,
-        &EngineConfig::late_move_pruning_enabled,
-        &EngineConfig::singular_extensions_enabled,
-        &EngineConfig::countermove_enabled,
-        &EngineConfig::capture_history_enabled,
-        &EngineConfig::history_malus_enabled,
-    };
-    for (auto field : switches) {
-        g_config.*field = 0;
-        EXPECT_NE(nodes_to_depth(fen, 9), base) << "switch #" << (&field - switches);
-        g_config.*field = 1;
+    const std::vector<ConfigField> fields = all_fields(g_config);
+    for (const char* technique : {"iir", "razor", "rfp", "null_move", "futility", "lmr", "late_move_pruning",
+                                  "singular_extensions", "countermove", "capture_history", "history_malus"}) {
+        const auto on = std::find_if(fields.begin(), fields.end(), [&](const ConfigField& f) {
+            return f.name == std::string(technique) + "_enabled";
+        });
+        ASSERT_NE(on, fields.end()) << technique;
+        *on->ptr = 0;
+        EXPECT_NE(nodes_to_depth(fen, 9), base) << technique;
+        *on->ptr = 1;
     }
     g_pruningEnabled.store(false);
     EXPECT_GT(nodes_to_depth(fen, 7), nodes_to_depth(fen, 5));
