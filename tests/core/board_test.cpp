@@ -166,21 +166,6 @@ TEST(PositionCheck, RejectsPositionsTheEngineCannotPlay) {
     }
 }
 
-TEST(PositionCheck, ImpossibleRightsAreDroppedAndTheKeyFollows) {
-    Board board;
-    board.set_fen("r3k3/8/8/3pP3/8/8/8/4K2R w KQkq d6 0 1");
-    EXPECT_EQ(drop_impossible_rights(board), "droits de roque sans roi ou tour a leur place retires (Qk)");
-    EXPECT_EQ(board.fen(), "r3k3/8/8/3pP3/8/8/8/4K2R w Kq d6 0 1");  // d6: a real double step
-    EXPECT_EQ(board.key(), board.compute_key());
-    // An en-passant square with no pawn in front would make the capture
-    // remove the wrong piece.
-    board.set_fen("4k3/8/8/4P3/8/8/8/4K3 w - d6 0 1");
-    EXPECT_EQ(drop_impossible_rights(board), "case en passant incoherente retiree (d6)");
-    EXPECT_EQ(board.state().epSquare, NO_SQUARE);
-    board.set_fen(StartFen);
-    EXPECT_EQ(drop_impossible_rights(board), "");
-}
-
 TEST(Board, LongHistoriesKeepTheirRecentPartAndUnwind) {
     Board board;
     const char* cycle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};

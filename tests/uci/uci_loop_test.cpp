@@ -70,8 +70,10 @@ TEST_F(UciLoop, PositionCommandsAndTheirErrors) {
               "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (KQkq), "
               "case en passant incoherente retiree (e6)\n");
     EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 0 1");
-    run("position fen 4k3/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
-    EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/R3K2R w KQ - 0 1");
+    run("position fen r3k3/8/8/3pP3/8/8/8/4K2R w KQkq d6 0 1");  // d6: a real double step
+    EXPECT_EQ(io.err(), "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (Qk)\n");
+    EXPECT_EQ(board.fen(), "r3k3/8/8/3pP3/8/8/8/4K2R w Kq d6 0 1");
+    EXPECT_EQ(board.key(), board.compute_key());
     run("position fen 4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1 moves e2e7");
     EXPECT_EQ(io.err(),
               "info string coups ignores, position injouable: le roi du camp qui n'a pas le trait est en echec\n");
