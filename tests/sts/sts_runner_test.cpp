@@ -94,17 +94,13 @@ TEST_F(StsRunnerTest, ReportsEveryKindOfAnswer) {
 }
 
 TEST_F(StsRunnerTest, KilledRunResumesToTheSameTotals) {
-    std::string text;
-    const char* fens[] = {
-        "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
-        "rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq -",
-        "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ -",
-        "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ -",
-        "2rq1rk1/pb2bppp/1pn1pn2/3p4/2PP4/1PN1PN2/PB2BPPP/2RQ1RK1 w - -",
-        "r1b2rk1/2q1bppp/p2ppn2/1p6/3BPP2/2N2B2/PPPQ2PP/R4R1K w - -",
-    };
-    for (int i = 0; i < 6; ++i) text += std::string(fens[i]) + " bm O-O; id \"p" + std::to_string(i) + "\";\n";
-    const std::string suite = write_suite(text);
+    const std::string suite = write_suite(
+        "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - bm O-O; id \"p0\";\n"
+        "rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq - bm O-O; id \"p1\";\n"
+        "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ - bm O-O; id \"p2\";\n"
+        "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - bm O-O; id \"p3\";\n"
+        "2rq1rk1/pb2bppp/1pn1pn2/3p4/2PP4/1PN1PN2/PB2BPPP/2RQ1RK1 w - - bm O-O; id \"p4\";\n"
+        "r1b2rk1/2q1bppp/p2ppn2/1p6/3BPP2/2N2B2/PPPQ2PP/R4R1K w - - bm O-O; id \"p5\";\n");
     test::CapturedStreams io;
     run_sts_suite(suite, 7, 0, dir + "full", false);
 

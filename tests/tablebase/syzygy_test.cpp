@@ -61,10 +61,6 @@ TEST_F(SyzygyUse, RefusedPositions) {
     Board b;
     int score = 0;
     TbRootMove r;
-    // Six pieces.
-    b.set_fen("8/8/8/8/4k3/2p5/1QP5/KR6 w - - 0 1");
-    EXPECT_FALSE(syzygy_probe_search(b, 1, score));
-    EXPECT_FALSE(syzygy_root_probe(b, r));
     // Castling rights.
     b.set_fen("4k3/8/8/8/8/8/8/R3K3 w Q - 0 1");
     EXPECT_FALSE(syzygy_probe_search(b, 1, score));
