@@ -38,7 +38,11 @@ void expect_consistent(const Board& b) {
 
 }  // namespace
 
-TEST(Board, IncrementalKeysMatchRecomputationThroughRandomGames) {
+// Through random games: incremental keys and piece sets match what
+// recomputation gives, every generated move leaves its own king safe, the
+// capture mode gives no more than all moves, and undoing every move brings
+// back the start.
+TEST(Board, RandomGamesKeepKeysAndLegalityAndUnwind) {
     Board board;
     std::mt19937_64 rng(2024);
     for (const char* fen : test::PerftFens) {
@@ -50,6 +54,14 @@ TEST(Board, IncrementalKeysMatchRecomputationThroughRandomGames) {
                 ScoredMove moves[MAX_MOVES];
                 const int n = generate_legal(board, moves, false);
                 if (n == 0) break;
+                const Color us = board.side_to_move();
+                for (int i = 0; i < n; ++i) {
+                    board.do_move(moves[i].move);
+                    ASSERT_FALSE(board.attackers_to(board.king_square(us), board.occupied()) & board.pieces(us ^ 1));
+                    board.undo_move();
+                }
+                ScoredMove captures[MAX_MOVES];
+                ASSERT_LE(generate_legal(board, captures, true), n);
                 if (rng() % 8 == 0 && !board.checkers()) {
                     board.do_null_move();
                     expect_consistent(board);

@@ -61,20 +61,3 @@ TEST(MoveGen, ChecksAndCaptureMode) {
     EXPECT_FALSE(contains(tactical, "e1f1"));
     EXPECT_FALSE(contains(tactical, "e5e6"));
 }
-
-TEST(MoveGen, RandomGamesKeepGeneratorAndBoardConsistent) {
-    // Every generated move must be legal (own king safe afterwards) and every
-    // legal-looking pseudo move that is rejected must really expose the king.
-    Board board;
-    std::mt19937_64 rng(99);
-    test::walk_random_games(board, rng, 200, 100, [](Board& b, const ScoredMove* moves, int n) {
-        for (int i = 0; i < n; ++i) {
-            const Color us = b.side_to_move();
-            b.do_move(moves[i].move);
-            ASSERT_FALSE(b.attackers_to(b.king_square(us), b.occupied()) & b.pieces(us ^ 1));
-            b.undo_move();
-        }
-        ScoredMove captures[MAX_MOVES];
-        ASSERT_LE(generate_legal(b, captures, true), n);
-    });
-}
