@@ -20,7 +20,7 @@ protected:
     void TearDown() override { tb_init(""); }
 };
 
-TEST_F(SyzygyUse, SearchProbeScoresByPly) {
+TEST_F(SyzygyUse, SearchProbeScoresByPlyAndRefusesWhatTheTablesDoNotHold) {
     Board b;
     b.set_fen("8/8/8/8/4k3/8/1Q6/K7 w - - 0 1");
     int score = 0;
@@ -32,6 +32,17 @@ TEST_F(SyzygyUse, SearchProbeScoresByPly) {
     b.set_fen("8/8/8/8/4k3/8/1B6/K7 w - - 0 1");
     ASSERT_TRUE(syzygy_probe_search(b, 3, score));
     EXPECT_EQ(score, 0);
+
+    // Castling rights are unknown to the tables; mate and stalemate are
+    // left to the search.
+    TbRootMove r;
+    b.set_fen("4k3/8/8/8/8/8/8/R3K3 w Q - 0 1");
+    EXPECT_FALSE(syzygy_probe_search(b, 1, score));
+    EXPECT_FALSE(syzygy_root_probe(b, r));
+    b.set_fen("k7/2Q5/1K6/8/8/8/8/8 b - - 0 1");
+    EXPECT_FALSE(syzygy_root_probe(b, r));
+    b.set_fen("8/8/8/8/8/8/1Q6/k1K5 b - - 0 1");
+    EXPECT_FALSE(syzygy_root_probe(b, r));
 }
 
 TEST_F(SyzygyUse, RootProbeIgnoresTheHalfMoveClockAndPlaysTheTablesMove) {
@@ -55,21 +66,6 @@ TEST_F(SyzygyUse, RootProbeIgnoresTheHalfMoveClockAndPlaysTheTablesMove) {
     ASSERT_TRUE(syzygy_root_probe(b, r));
     EXPECT_EQ(r.move, make_move(49, 57, FLAG_PROMOTION, 3));
     EXPECT_EQ(r.score, 20000);
-}
-
-TEST_F(SyzygyUse, RefusedPositions) {
-    Board b;
-    int score = 0;
-    TbRootMove r;
-    // Castling rights.
-    b.set_fen("4k3/8/8/8/8/8/8/R3K3 w Q - 0 1");
-    EXPECT_FALSE(syzygy_probe_search(b, 1, score));
-    EXPECT_FALSE(syzygy_root_probe(b, r));
-    // Stalemate and mate are left to the search.
-    b.set_fen("k7/2Q5/1K6/8/8/8/8/8 b - - 0 1");
-    EXPECT_FALSE(syzygy_root_probe(b, r));
-    b.set_fen("8/8/8/8/8/8/1Q6/k1K5 b - - 0 1");
-    EXPECT_FALSE(syzygy_root_probe(b, r));
 }
 
 // The UCI option reports what the tables became: the embedded tables for
