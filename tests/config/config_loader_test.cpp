@@ -139,15 +139,12 @@ TEST_F(ConfigLoaderTest, OnlyRegularFilesOfSaneSizeAreLoaded) {
     const std::filesystem::path fifo = scratch / "fifo", dir = scratch / "dir";
     ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
     std::filesystem::create_directory(dir);
-    struct Case {
-        std::filesystem::path file;
-        std::string why;
-    } cases[] = {{fifo, "un tube FIFO"}, {dir, "un dossier"}, {"/dev/null", "un peripherique"}};
-    for (const Case& c : cases) {
+    for (const auto& [file, why] : {std::pair<std::string, std::string>{fifo, "un tube FIFO"},
+                                    {dir, "un dossier"},
+                                    {"/dev/null", "un peripherique"}}) {
         io.clear();
-        EXPECT_FALSE(load_config(c.file.string(), config));
-        EXPECT_EQ(io.err(),
-                  "info string " + c.file.string() + " : fichier refuse (" + c.why + "), configuration non chargee\n");
+        EXPECT_FALSE(load_config(file, config));
+        EXPECT_EQ(io.err(), "info string " + file + " : fichier refuse (" + why + "), configuration non chargee\n");
     }
 
     std::ofstream(path) << "material_rook 600\n" << std::string(1 << 20, '#');

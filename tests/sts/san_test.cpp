@@ -53,19 +53,18 @@ TEST(San, DisambiguationChecksAndPromotions) {
     EXPECT_EQ(move_to_san(b, NULL_MOVE), "(aucun coup)");
 }
 
+// Beyond the SAN this engine writes, which the round trip reads back:
+// zeros for castling, extra or missing disambiguation, annotations.
 TEST(San, LenientReading) {
     Board b;
     const char* castle = "r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1";
-    EXPECT_EQ(uci_of(b, castle, "O-O"), "e1g1");
     EXPECT_EQ(uci_of(b, castle, "0-0-0"), "e1c1");
     EXPECT_EQ(uci_of(b, castle, "o-o"), "null");
     const char* knights = "4k3/8/8/8/8/5N2/8/1N2K3 w - - 0 1";
-    EXPECT_EQ(uci_of(b, knights, "Nbd2"), "b1d2");
     EXPECT_EQ(uci_of(b, knights, "N1d2"), "b1d2");
     EXPECT_EQ(uci_of(b, knights, "Nb1xd2!?"), "b1d2");
     EXPECT_EQ(uci_of(b, knights, "Nd2"), "b1d2");  // first in generation order, no ambiguity check
     const char* promo = "4k3/P7/8/3p4/4P3/8/8/4K3 w - - 0 1";
-    EXPECT_EQ(uci_of(b, promo, "exd5"), "e4d5");
     EXPECT_EQ(uci_of(b, promo, "a8=Q+"), "a7a8q");
     EXPECT_EQ(uci_of(b, promo, "a8=q"), "a7a8n");  // any other letter names the knight
     EXPECT_EQ(uci_of(b, promo, "a8Q"), "null");

@@ -8,6 +8,7 @@
 #include <filesystem>
 #include <fstream>
 #include <regex>
+#include <sstream>
 #include <thread>
 #include <vector>
 
@@ -166,12 +167,9 @@ TEST_F(StsRunnerTest, ContinueTrustsOnlyWellFormedRows) {
     test::CapturedStreams io;
     ASSERT_TRUE(run_sts_suite(suite, 2, 0, dir + "full", false));
     const std::string csv = read_file(dir + "full.csv");
+    std::istringstream lines(csv);
     std::vector<std::string> rows;
-    for (std::size_t at = 0; at < csv.size();) {
-        const std::size_t end = csv.find('\n', at);
-        rows.push_back(csv.substr(at, end - at + 1));
-        at = end + 1;
-    }
+    for (std::string row; std::getline(lines, row);) rows.push_back(row + "\n");
     ASSERT_EQ(rows.size(), 4u);
     // Row "a" stands; "b" is forged five ways; "c" was being written when
     // the run died.

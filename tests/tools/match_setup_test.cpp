@@ -105,10 +105,7 @@ TEST(MatchSetup, GeneratedOpeningsAreDistinctAndReproducible) {
     std::istringstream lines(first.str());
     std::vector<std::string> seen;
     for (std::string line; std::getline(lines, line);) {
-        std::istringstream fields(line);
-        std::string placement, side;
-        fields >> placement >> side;
-        EXPECT_EQ(side, "w") << line;  // eight plies from the start: White to move
+        EXPECT_NE(line.find(" w "), std::string::npos) << line;  // eight plies from the start: White to move
         seen.push_back(line);
     }
     std::sort(seen.begin(), seen.end());
