@@ -1,6 +1,6 @@
 // The real executable driven through pipes, as GUIs and match managers do:
-// the handshake, clocks (sane and absurd), node limits, pondering, games of
-// a thousand plies, and quitting or closing the pipe mid-search.
+// the handshake, search limits (sane and absurd), pondering, games of a
+// thousand plies, and quitting or closing the pipe mid-search.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -25,7 +25,9 @@ bool is_legal(const std::string& fen, const std::string& bestmoveLine) {
 
 }  // namespace
 
-TEST(Protocol, HandshakeAndFixedDepthSearch) {
+// The handshake, then each limit a GUI sets: a depth, a node count, a move
+// time and a clock, each ending its search by itself and in time.
+TEST(Protocol, HandshakeAndEachKindOfLimit) {
     test::EngineProcess engine;
     engine.send("uci");
     ASSERT_TRUE(engine.wait_for("uciok", test::StartupMs));
@@ -33,29 +35,35 @@ TEST(Protocol, HandshakeAndFixedDepthSearch) {
     engine.send("position startpos moves e2e4");
     engine.send("go depth 4");
     std::vector<std::string> lines;
-    const auto best = engine.wait_for("bestmove ", 20000, &lines);
-    ASSERT_TRUE(best);
+    ASSERT_TRUE(engine.wait_for("bestmove ", 20000, &lines));
     int infoLines = 0;
     for (const auto& l : lines) infoLines += l.rfind("info depth ", 0) == 0;
     EXPECT_EQ(infoLines, 4);
     EXPECT_NE(lines[lines.size() - 2].find(" pv "), std::string::npos);
-    engine.send("quit");
-    EXPECT_EQ(engine.wait_exit(5000), 0);
-}
 
-TEST(Protocol, MovetimeAndClockAreHonoured) {
-    test::EngineProcess engine;
-    ASSERT_TRUE(engine.ready());
+    engine.send("position startpos moves e2e4 e7e5");
+    engine.send("go nodes 20000");
+    lines.clear();
+    ASSERT_TRUE(engine.wait_for("bestmove ", 30000, &lines));
+    unsigned long long nodes = 0;
+    for (const auto& l : lines)
+        if (const auto at = l.find(" nodes "); l.rfind("info depth ", 0) == 0 && at != std::string::npos)
+            nodes += std::stoull(l.substr(at + 7));
+    EXPECT_GT(nodes, 0u);
+    EXPECT_LE(nodes, 40000u);
+
+    // The node-limited search is over: the next one is not refused.
     auto start = Clock::now();
     engine.send("go movetime 300");
     ASSERT_TRUE(engine.wait_for("bestmove ", 5000));
     EXPECT_LE(elapsed_ms(start), 350);
-
     engine.send("position startpos moves d2d4 d7d5");
     start = Clock::now();
     engine.send("go wtime 2000 btime 2000 winc 20 binc 20");
     ASSERT_TRUE(engine.wait_for("bestmove ", 3000));
     EXPECT_LE(elapsed_ms(start), 2000);
+    engine.send("quit");
+    EXPECT_EQ(engine.wait_exit(5000), 0);
 }
 
 TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
@@ -137,24 +145,6 @@ TEST(Protocol, ThousandPlyGamesStillGetLegalAnswers) {
     const auto after = engine.wait_for("bestmove ", 10000);
     ASSERT_TRUE(after);
     EXPECT_TRUE(is_legal(AfterE4, *after)) << *after;
-}
-
-TEST(Protocol, NodeLimitEndsTheSearchByItself) {
-    test::EngineProcess engine;
-    ASSERT_TRUE(engine.ready());
-    engine.send("position startpos moves e2e4 e7e5");
-    engine.send("go nodes 20000");
-    std::vector<std::string> lines;
-    ASSERT_TRUE(engine.wait_for("bestmove ", 30000, &lines));
-    unsigned long long nodes = 0;
-    for (const auto& l : lines)
-        if (const auto at = l.find(" nodes "); l.rfind("info depth ", 0) == 0 && at != std::string::npos)
-            nodes += std::stoull(l.substr(at + 7));
-    EXPECT_GT(nodes, 0u);
-    EXPECT_LE(nodes, 40000u);
-    // The search is over: the next commands are not refused.
-    engine.send("go depth 1");
-    EXPECT_TRUE(engine.wait_for("bestmove ", 10000));
 }
 
 TEST(Protocol, AbsurdClocksSearchNormally) {
