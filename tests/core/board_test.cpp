@@ -207,16 +207,3 @@ TEST(Board, LongHistoriesKeepTheirRecentPartAndUnwind) {
     EXPECT_EQ(board.fen(), rootFen);
     EXPECT_EQ(board.key(), board.compute_key());
 }
-
-TEST(Board, SnapshotStandsAnotherBoardOnThePositionWithoutItsHistory) {
-    Board source, target;
-    play(source, {"e2e4", "c7c5", "e4e5", "d7d5"});  // d6 open to an en-passant capture
-    play(target, {"g1f3", "g8f6"});
-    target.restore(source.snapshot());
-    EXPECT_EQ(target.fen(), source.fen());
-    EXPECT_EQ(target.ply(), 0);
-    expect_consistent(target);
-    play(target, {"e5d6"});  // relies on the restored en-passant square
-    target.undo_move();
-    EXPECT_EQ(target.fen(), source.fen());
-}

@@ -57,9 +57,8 @@ TEST_F(EvalTest, StartPositionIsBalancedAndLazyExitsReturnPartialScores) {
     EXPECT_NE(withPawns, full);
     EXPECT_NE(withPawns, materialOnly);
     // Phase 0 (kings and pawns): never lazy.
-    const char* pawnEnding = "4k3/pppp4/8/8/8/8/PPP5/4K3 w - - 0 1";
-    const int pawnEndingScore = eval(pawnEnding);
-    EXPECT_EQ(evaluate(board, 2000, 2001), pawnEndingScore);
+    const int pawnEnding = eval("4k3/pppp4/8/8/8/8/PPP5/4K3 w - - 0 1");
+    EXPECT_EQ(evaluate(board, 2000, 2001), pawnEnding);
 }
 
 TEST_F(EvalTest, PawnCountAdjustsMinorPieces) {

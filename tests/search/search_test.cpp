@@ -76,12 +76,12 @@ TEST_F(SearchTest, FindsMatesWithTheirDistance) {
 }
 
 TEST_F(SearchTest, MatedAndStalematedRoots) {
-    SearchResult r = search("7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", 5);
-    EXPECT_EQ(r.best_move, NULL_MOVE);
-    EXPECT_EQ(r.score, -30000);
-    r = search("7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 5);
-    EXPECT_EQ(r.best_move, NULL_MOVE);
-    EXPECT_EQ(r.score, 0);
+    for (const auto& [fen, score] :
+         {std::pair{"7k/6Q1/6K1/8/8/8/8/8 b - - 0 1", -30000}, std::pair{"7k/5Q2/6K1/8/8/8/8/8 b - - 0 1", 0}}) {
+        const SearchResult r = search(fen, 5);
+        EXPECT_EQ(r.best_move, NULL_MOVE) << fen;
+        EXPECT_EQ(r.score, score) << fen;
+    }
 }
 
 TEST_F(SearchTest, DrawRules) {
