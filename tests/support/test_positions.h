@@ -31,19 +31,6 @@ inline Move find_move(Board& board, const std::string& uci) {
     return NULL_MOVE;
 }
 
-// Plays up to maxPlies random legal moves; stops early at mate or stalemate.
-// Returns the number of moves made (each can be undone with undo_move).
-inline int play_random_moves(Board& board, std::mt19937_64& rng, int maxPlies) {
-    int made = 0;
-    for (; made < maxPlies; ++made) {
-        ScoredMove moves[MAX_MOVES];
-        const int n = generate_legal(board, moves, false);
-        if (n == 0) break;
-        board.do_move(moves[rng() % n].move);
-    }
-    return made;
-}
-
 // Plays `games` random games of at most `plies` moves, starting from the
 // perft positions in turn. visit(board, moves, n) sees every position with
 // its legal moves before the random move is played; the walk stops at the

@@ -56,11 +56,9 @@ TEST(TunedKeys, ExactlyTheEvaluationWeightsMoveTheEvaluation) {
         samples.push_back({fen, 0.5f, 0});
     std::mt19937_64 rng(8);
     Board board;
-    for (int game = 0; game < 300; ++game) {
-        board.set_fen(test::PerftFens[game % 6]);
-        test::play_random_moves(board, rng, 10 + game % 30);
-        samples.push_back({board.fen(), 0.5f, 0});
-    }
+    test::walk_random_games(board, rng, 60, 50, [&](Board& b, const ScoredMove*, int) {
+        if (rng() % 10 == 0) samples.push_back({b.fen(), 0.5f, 0});
+    });
     // The hanging-piece rate is read only when the exchange threats are off.
     EngineConfig defaults, noSee;
     noSee.threat_see_enabled = 0;
