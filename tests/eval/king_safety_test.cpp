@@ -41,7 +41,7 @@ protected:
 
 }  // namespace
 
-TEST_F(KingSafetyTest, MatingAttacksCostTheDefenderDearly) {
+TEST_F(KingSafetyTest, MatingAttacksCostTheDefenderDearlyAndQuietKingsLittle) {
     // The white king is attacked in each (mirrored below for Black).
     const char* attacks[] = {
         "6k1/5ppp/8/8/6nq/8/5PPP/R4RK1 w - - 0 1",          // Qxh2 mate threatened
@@ -61,9 +61,8 @@ TEST_F(KingSafetyTest, MatingAttacksCostTheDefenderDearly) {
                       danger_for_white("6k1/5ppp/8/8/5r2/8/5PPP/3R1RK1 w - - 0 1") +
                       danger_for_white("6k1/5ppp/8/8/6n1/8/5PPP/3R1RK1 w - - 0 1");
     EXPECT_LT(danger_for_white(attacks[1]), 2 * alone);
-}
 
-TEST_F(KingSafetyTest, QuietKingsPayLittle) {
+    // Kings that are safe, castled or leading in an ending, pay little.
     const char* quiet[] = {
         "r1bq1rk1/pppp1ppp/2n2n2/2b1p3/2B1P3/2NP1N2/PPP2PPP/R1BQ1RK1 w - - 0 1",  // both castled, pieces developed
         "r2q1rk1/pp2bppp/2n1pn2/3p4/3P4/2NBPN2/PP3PPP/R2Q1RK1 b - - 0 1",

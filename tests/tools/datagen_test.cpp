@@ -1,7 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <filesystem>
-#include <fstream>
 
 #include "datagen/quiet_filter.h"
 #include "datagen/self_play.h"

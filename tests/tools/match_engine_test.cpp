@@ -3,7 +3,6 @@
 // runner's clock.
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <sstream>
 
 #include "match/cli.h"

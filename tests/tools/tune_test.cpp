@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cmath>
-#include <filesystem>
 #include <fstream>
 #include <random>
 #include <sstream>
