@@ -189,7 +189,7 @@ int main(int argc, char** argv) {
     for (int i = 0; i < 8; ++i) configs.push_back(write_config(rng, dir, i));
 
     long lines = 0, crashes = 0, hangs = 0;
-    auto engine = std::make_unique<test::EngineProcess>(std::vector<std::string>{}, argv[1]);
+    auto engine = std::make_unique<test::EngineProcess>(argv[1]);
     for (int round = 0; round < rounds; ++round) {
         for (int k = static_cast<int>(rng() % 12) + 1; k > 0; --k, ++lines) {
             const std::string line = random_line(rng, configs);
@@ -215,7 +215,7 @@ int main(int argc, char** argv) {
             ++(status ? crashes : hangs);
             std::cerr << "round " << round << ": " << (status ? "crash, status " + std::to_string(*status) : "hang")
                       << '\n';
-            engine = std::make_unique<test::EngineProcess>(std::vector<std::string>{}, argv[1]);
+            engine = std::make_unique<test::EngineProcess>(argv[1]);
         }
     }
     engine->send("quit");

@@ -26,7 +26,8 @@ inline long elapsed_ms(std::chrono::steady_clock::time_point since) {
 
 class EngineProcess {
 public:
-    EngineProcess() {
+    // The engine under test by default; the fuzzer passes another binary.
+    explicit EngineProcess(const char* exe = MORVANE_EXE) {
         int toChild[2], fromChild[2];
         if (pipe(toChild) != 0 || pipe(fromChild) != 0) return;
         pid_ = fork();
@@ -39,7 +40,7 @@ public:
             dup2(errFd, STDERR_FILENO);
             close(toChild[1]);
             close(fromChild[0]);
-            execl(MORVANE_EXE, MORVANE_EXE, static_cast<char*>(nullptr));
+            execl(exe, exe, static_cast<char*>(nullptr));
             _exit(127);
         }
         close(toChild[0]);
