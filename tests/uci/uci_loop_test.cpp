@@ -149,14 +149,17 @@ TEST_F(UciLoop, RandomInputNeverEndsTheProcess) {
         // Only shallow perfts, so that the test stays fast.
         if (line.find("perft") != std::string::npos) line = "go perft " + std::to_string(rng() % 3);
         if (line.rfind("quit", 0) == 0) continue;
-        run(line);
-        run("stop");  // a "go" may have started a search
+        // A "go" may have started a search: stop it before the captured
+        // output is cleared, or the search thread would still be writing.
+        execute_uci_command(board, line);
+        execute_uci_command(board, "stop");
+        io.clear();
         ASSERT_EQ(board.key(), board.compute_key()) << line;
     }
     run(std::string(1 << 20, 'e'));
     run("position fen " + std::string(1 << 16, '8'));
-    run("go perft notanumber");
-    run("stop");
+    execute_uci_command(board, "go perft notanumber");
+    execute_uci_command(board, "stop");
     EXPECT_EQ(board.key(), board.compute_key());
 }
 
