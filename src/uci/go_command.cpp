@@ -160,9 +160,11 @@ void cmd_ponderhit() {
     g_pondering.store(false, std::memory_order_relaxed);
 }
 
+// Joins the search thread even when its search has already ended: the
+// thread drops its searching flag before it writes "bestmove", and nothing
+// may touch the output (or the board) until that answer is out.
 void stop_and_join_search() {
-    if (!g_searching.load(std::memory_order_acquire)) return;
-    g_stopRequested.store(true, std::memory_order_relaxed);
+    if (g_searching.load(std::memory_order_acquire)) g_stopRequested.store(true, std::memory_order_relaxed);
     if (g_searchThread.joinable()) g_searchThread.join();
 }
 

@@ -89,7 +89,6 @@ void uci_loop(std::istream& in) {
     // End of input is a GUI gone away: like "quit", a running search stops
     // and still prints its answer.
     stop_and_join_search();
-    if (g_searchThread.joinable()) g_searchThread.join();
 }
 
 void uci_loop() { uci_loop(std::cin); }
