@@ -12,6 +12,7 @@
 #include <cstdint>
 #include <cstring>
 #include <map>
+#include <sstream>
 #include <stdexcept>
 #include <vector>
 
@@ -212,9 +213,10 @@ private:
         for (Worker* w : owners)
             if (w->busy && Clock::now() - w->started > hangLimit_) {
                 ::kill(w->pid, SIGKILL);
-                retire(*w, "processus de recherche sans reponse apres " +
-                               std::to_string(std::chrono::duration_cast<std::chrono::seconds>(hangLimit_).count()) +
-                               " s, arrete");
+                std::ostringstream why;
+                why << "processus de recherche sans reponse apres " << static_cast<double>(hangLimit_.count()) / 1000
+                    << " s, arrete";
+                retire(*w, why.str());
             }
     }
 
