@@ -222,27 +222,32 @@ private:
 
     void read_from(Worker& w) {
         char buffer[1 << 14];
+        bool closed = false;
         for (;;) {
             const ssize_t got = ::read(w.fromWorker, buffer, sizeof buffer);
             if (got < 0 && errno == EINTR) continue;
             if (got < 0 && errno == EAGAIN) break;
             if (got <= 0) {
-                retire(w, "processus de recherche ");
-                return;
+                closed = true;
+                break;
             }
             w.inbox.append(buffer, static_cast<std::size_t>(got));
         }
-        if (w.inbox.size() < frameHeader) return;
-        std::uint64_t header[2];
-        std::memcpy(header, w.inbox.data(), sizeof header);
-        if (header[1] > maxFrameText) {
-            ::kill(w.pid, SIGKILL);
-            retire(w, "processus de recherche incoherent, arrete");
-            return;
+        // A whole answer counts even when the worker died right after it.
+        if (w.inbox.size() >= frameHeader) {
+            std::uint64_t header[2];
+            std::memcpy(header, w.inbox.data(), sizeof header);
+            if (header[1] > maxFrameText) {
+                ::kill(w.pid, SIGKILL);
+                retire(w, "processus de recherche incoherent, arrete");
+                return;
+            }
+            if (w.inbox.size() >= frameHeader + header[1]) {
+                w.busy = false;
+                store(w.task, TaskResult{header[0] == 1, w.inbox.substr(frameHeader, header[1])});
+            }
         }
-        if (w.inbox.size() < frameHeader + header[1]) return;
-        w.busy = false;
-        store(w.task, TaskResult{header[0] == 1, w.inbox.substr(frameHeader, header[1])});
+        if (closed) retire(w, "processus de recherche ");
     }
 
     // Ends a worker; a task it held fails with `why` (its exit status
