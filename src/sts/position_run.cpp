@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <memory>
 #include <stdexcept>
 
 #include "core/notation.h"
@@ -23,10 +22,10 @@ std::string join(const std::vector<std::string>& parts, const char* separator) {
 
 // Rank of the first expected move among all root moves re-searched at the
 // completed depth, and that move's own score.
-void rank_expected_move(Board& board, const SearchResult& result, Move expected, StsOutcome& out) {
-    auto ctx = std::make_unique<SearchContext>();
+void rank_expected_move(Board& board, SearchContext& ctx, const SearchResult& result, Move expected,
+                        StsOutcome& out) {
     RootScores scores;
-    search_root(board, *ctx, result.depth, -INFINITE_SCORE, INFINITE_SCORE, &scores);
+    search_root(board, ctx, result.depth, -INFINITE_SCORE, INFINITE_SCORE, &scores);
     std::stable_sort(scores.begin(), scores.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
     out.expected_rank = 0;
     for (std::size_t i = 0; i < scores.size(); ++i)
@@ -36,8 +35,8 @@ void rank_expected_move(Board& board, const SearchResult& result, Move expected,
         }
     out.expected_eval_cp = 0;
     if (result.depth > 0) {
-        ctx->reset();
-        out.expected_eval_cp = search_root_move(board, *ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE,
+        ctx.reset();
+        out.expected_eval_cp = search_root_move(board, ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE,
                                                 RootCheckExtension::EveryCheckUncounted);
     }
     out.expected_known = true;
@@ -129,7 +128,7 @@ StsOutcome failed_outcome(const StsPosition& pos, const std::string& why) {
     return out;
 }
 
-StsOutcome run_position(const StsPosition& pos, int depth, long movetimeMs) {
+StsOutcome run_position(const StsPosition& pos, SearchContext& ctx, int depth, long movetimeMs) {
     Board board;
     std::string notes;
     // A position no search can play is scored as not solved, and the suite
@@ -153,7 +152,7 @@ StsOutcome run_position(const StsPosition& pos, int depth, long movetimeMs) {
     limits.depth = depth > 0 ? depth : 0;
     limits.movetime = movetimeMs > 0 ? movetimeMs : -1;
     const auto start = std::chrono::steady_clock::now();
-    const SearchResult result = iterative_deepening(board, limits, nullptr);
+    const SearchResult result = iterative_deepening(board, ctx, limits, nullptr);
     out.time_ms = static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - start).count() /
         1000000);
@@ -163,7 +162,7 @@ StsOutcome run_position(const StsPosition& pos, int depth, long movetimeMs) {
     out.eval_cp = result.score;
     out.nodes = result.nodes;
     out.depth = result.depth;
-    if (!expected.empty() && played != expected.front()) rank_expected_move(board, result, expected.front(), out);
+    if (!expected.empty() && played != expected.front()) rank_expected_move(board, ctx, result, expected.front(), out);
     score_answer(board, pos, played, expected, out);
     return out;
 }

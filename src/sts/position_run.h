@@ -5,6 +5,7 @@
 
 #include <string>
 
+#include "search/search.h"
 #include "sts/epd.h"
 #include "sts/report_rows.h"
 
@@ -21,7 +22,8 @@ std::string unplayable_reason(const StsPosition& pos, std::string& notes);
 // no move, nothing earned out of what the position was worth.
 StsOutcome failed_outcome(const StsPosition& pos, const std::string& why);
 
-StsOutcome run_position(const StsPosition& pos, int depth, long movetimeMs);
+// `ctx` is the search's working memory, reset by every search.
+StsOutcome run_position(const StsPosition& pos, SearchContext& ctx, int depth, long movetimeMs);
 
 // An outcome as bytes for the pipe from a worker process, and back; false
 // when the bytes are not one whole outcome.

@@ -6,9 +6,11 @@
 #include <fstream>
 #include <iomanip>
 #include <iostream>
+#include <memory>
 #include <sstream>
 
 #include "core/file_read.h"
+#include "search/search.h"
 #include "sts/epd.h"
 #include "sts/position_run.h"
 #include "sts/report_lock.h"
@@ -245,8 +247,10 @@ bool run_sts_suite(const std::string& epd_path, const StsRunOptions& options) {
             else if (e.source == Source::Merged) writer.write(e.merged);
         }
     };
+    // One per process: each worker gets its own copy when it starts.
+    const auto ctx = std::make_unique<SearchContext>();
     const TaskWork work = [&](std::size_t task) {
-        return encode_outcome(run_position(*plan[searched[task]].pos, options.depth, options.movetimeMs));
+        return encode_outcome(run_position(*plan[searched[task]].pos, *ctx, options.depth, options.movetimeMs));
     };
     const TaskDone done = [&](std::size_t task, const TaskResult& result) {
         const std::size_t index = searched[task];
