@@ -380,7 +380,7 @@ TEST_F(StsRunnerTest, MergedSlicesGiveTheReportsOfOneRun) {
     EXPECT_EQ(without_times(read_file(dir + "joined.csv")), oneCsv);
     EXPECT_NE(io.err().find("0.0 positions cherchees par minute"), std::string::npos);
 
-    // Part 3 lost, and a failed search in part 1: both searched again.
+    // The third slice lost, and a failed search in the first: both searched again.
     std::string part1 = read_file(dir + "part1.csv");
     const std::size_t row = part1.find("\n\"p3\",") + 1;
     const std::string failed = "\"p3\",\"Zz9\",\"(aucun coup)\",0000,0,0,10,0,0,0,,,non,0,1";
