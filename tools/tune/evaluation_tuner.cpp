@@ -91,11 +91,13 @@ struct Adam {
     }
 };
 
-std::vector<float> targets_of(const std::vector<TrainingSample>& samples, double lambda, double scale) {
+// The deeper search's score where a position has one, the game's own
+// search score otherwise.
+std::vector<float> blended_targets(const std::vector<TrainingSample>& samples, double lambda, double scale) {
     std::vector<float> targets;
     targets.reserve(samples.size());
     for (const TrainingSample& s : samples)
-        targets.push_back(static_cast<float>((1.0 - lambda) * s.result + lambda * expected_result(s.score, scale)));
+        targets.push_back(static_cast<float>(blended_target(s.result, s.deep.value_or(s.score), lambda, scale)));
     return targets;
 }
 
@@ -129,7 +131,7 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     });
     std::vector<TrainingSample> train, heldOut;
     for (std::size_t i = 0; i < samples.size(); ++i)
-        (is_held_out(i, samples.size()) ? heldOut : train).push_back(samples[i]);
+        (is_held_out(samples[i].fen) ? heldOut : train).push_back(samples[i]);
     report.trainPositions = static_cast<int>(train.size());
     report.heldOutPositions = static_cast<int>(heldOut.size());
     if (params.empty() || train.empty()) {
@@ -156,10 +158,12 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
 
     const std::vector<float> heldOutBase = linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
     report.scale = fit_scale(model.refreshed.base, results_of(train));
-    const std::vector<float> trainTargets = targets_of(train, settings.lambda, report.scale);
-    const std::vector<float> heldOutTargets = targets_of(heldOut, settings.lambda, report.scale);
+    const std::vector<float> trainTargets = blended_targets(train, settings.lambda, report.scale);
+    const std::vector<float> heldOutTargets = blended_targets(heldOut, settings.lambda, report.scale);
+    const std::vector<float> heldOutResults = results_of(heldOut);
     report.trainBefore = mean_loss(model.refreshed.base, trainTargets, report.scale);
     report.heldOutBefore = mean_loss(heldOutBase, heldOutTargets, report.scale);
+    report.heldOutResultsBefore = mean_loss(heldOutBase, heldOutResults, report.scale);
     log << "K " << report.scale << "; loss before: training " << report.trainBefore << ", held out "
         << report.heldOutBefore << " (" << heldOut.size() << " positions)\n";
 
@@ -184,14 +188,17 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     int bestPass = 0;
     double heldOutBest = report.heldOutBefore;
     report.trainAfter = report.trainBefore;
+    report.heldOutResultsAfter = report.heldOutResultsBefore;
     auto checkpoint = [&](int pass) {
         model.anchor = apply_rounded(x, params, config);
         model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
         const double trainLoss = mean_loss(model.refreshed.base, trainTargets, report.scale);
-        const double heldOutLoss = mean_loss(
-            linearise(heldOut, config, params, scoresOnly, settings.step, workers).base, heldOutTargets, report.scale);
+        const std::vector<float> heldOutScores =
+            linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
+        const double heldOutLoss = mean_loss(heldOutScores, heldOutTargets, report.scale);
         log << "pass " << pass << ": training loss " << trainLoss << ", held out " << heldOutLoss << '\n';
         if (heldOut.empty() || heldOutLoss < heldOutBest) {
+            report.heldOutResultsAfter = mean_loss(heldOutScores, heldOutResults, report.scale);
             best = model.anchor;
             bestPass = pass;
             heldOutBest = heldOutLoss;

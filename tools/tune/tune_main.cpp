@@ -21,12 +21,13 @@ using namespace morvane;
 namespace {
 
 constexpr const char* Usage =
-    "Usage: tune --data FILE [--data FILE ...] --output FILE [--config START] [--lambda L]\n"
-    "            [--epochs N] [--refresh N] [--lr R] [--step H] [--min-positions N] [--workers N]\n"
-    "            [--keys KEY,KEY,...] [--fixed KEY,KEY,...]\n"
+    "Usage: tune (--data FILE | --corpus DIR) [more --data, --corpus] --output FILE [--config START]\n"
+    "            [--lambda L] [--epochs N] [--refresh N] [--lr R] [--step H] [--min-positions N]\n"
+    "            [--workers N] [--keys KEY,KEY,...] [--fixed KEY,KEY,...]\n"
     "Fits the evaluation weights (--keys, default all; --fixed, default material_pawn, are\n"
-    "left alone) to the data's results and writes every key that differs from the engine's\n"
-    "defaults.\n";
+    "left alone) to L * result + (1 - L) * expectation of the deeper score (the game's score\n"
+    "where a position has none); L defaults to 1, the results alone. Writes every key that\n"
+    "differs from the engine's defaults.\n";
 
 std::vector<std::string> split_commas(const std::string& text) {
     std::vector<std::string> parts;
@@ -49,10 +50,10 @@ int main(int argc, char** argv) {
     init_zobrist();
     init_attacks();
     ToolArguments args(argc, argv,
-                       {"data", "output", "config", "lambda", "epochs", "refresh", "lr", "step", "min-positions",
+                       {"data", "corpus", "output", "config", "lambda", "epochs", "refresh", "lr", "step", "min-positions",
                         "workers", "keys", "fixed"});
     TunerSettings settings;
-    settings.lambda = std::clamp(args.real("lambda", 0.0), 0.0, 1.0);
+    settings.lambda = std::clamp(args.real("lambda", settings.lambda), 0.0, 1.0);
     settings.epochs = static_cast<int>(std::max(0LL, args.integer("epochs", settings.epochs)));
     settings.refreshEvery = static_cast<int>(std::max(1LL, args.integer("refresh", settings.refreshEvery)));
     settings.learningRate = args.real("lr", settings.learningRate);
@@ -61,9 +62,9 @@ int main(int argc, char** argv) {
     settings.workers = static_cast<int>(std::clamp(args.integer("workers", settings.workers), 1LL, 64LL));
     settings.keys = split_commas(args.text("keys"));
     if (args.has("fixed")) settings.fixed = split_commas(args.text("fixed"));
-    const std::vector<std::string> dataFiles = args.all("data");
+    const std::vector<std::string> dataFiles = args.all("data"), corpora = args.all("corpus");
     const std::string output = args.text("output");
-    if (!args.error().empty() || dataFiles.empty() || output.empty()) {
+    if (!args.error().empty() || (dataFiles.empty() && corpora.empty()) || output.empty()) {
         if (!args.error().empty()) std::cerr << args.error() << '\n';
         std::cerr << Usage;
         return 1;
@@ -80,8 +81,13 @@ int main(int argc, char** argv) {
         std::cerr << "cannot read " << args.text("config") << '\n';
         return 1;
     }
-    const std::vector<TrainingSample> samples = read_training_data(dataFiles);
-    std::cerr << samples.size() << " positions read\n";
+    std::vector<TrainingSample> samples = read_training_data(dataFiles);
+    for (const std::string& dir : corpora) {
+        std::vector<TrainingSample> more = read_corpus(dir);
+        samples.insert(samples.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+    }
+    const auto labelled = std::count_if(samples.begin(), samples.end(), [](const auto& s) { return s.deep.has_value(); });
+    std::cerr << samples.size() << " positions read, " << labelled << " with a deeper score\n";
     const TunerReport report = tune_evaluation(samples, config, settings, std::cerr);
     if (report.tuned == 0) return 1;
 
@@ -89,12 +95,15 @@ int main(int argc, char** argv) {
     for (int i = 0; i < argc; ++i) command += (i ? " " : "") + std::string(argv[i]);
     std::string data;
     for (const std::string& file : dataFiles) data += (data.empty() ? "" : ", ") + file;
+    for (const std::string& dir : corpora) data += (data.empty() ? "corpus " : ", corpus ") + dir;
     std::ostringstream losses;
-    losses << "held-out loss " << report.heldOutBefore << " -> " << report.heldOutAfter << " (K " << report.scale
-           << ", " << report.trainPositions << " training and " << report.heldOutPositions << " held-out positions)";
+    losses << "lambda " << settings.lambda << ": held-out loss " << report.heldOutBefore << " -> "
+           << report.heldOutAfter << ", against results alone " << report.heldOutResultsBefore << " -> "
+           << report.heldOutResultsAfter << " (K " << report.scale << ", " << report.trainPositions
+           << " training and " << report.heldOutPositions << " held-out positions)";
     std::ofstream out(output);
     write_config(out, config,
-                 {"Evaluation weights tuned on self-play results.", "command: " + command, "data: " + data,
+                 {"Evaluation weights tuned on self-play positions.", "command: " + command, "data: " + data,
                   "date: " + utc_now(), losses.str()});
     if (!out) {
         std::cerr << "cannot write " << output << '\n';
