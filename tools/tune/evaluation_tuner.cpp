@@ -23,18 +23,33 @@ struct Model {
     Linearisation linear;     // slopes of the linear weights, measured once
     Linearisation refreshed;  // true scores at the anchor, slopes of the non-linear weights there
     std::vector<double> anchor;
+};
 
-    double score(std::size_t row, const std::vector<double>& x) const {
-        double s = refreshed.base[row];
-        for (const Linearisation* part : {&linear, &refreshed})
-            for (std::uint32_t k = part->rowStart[row]; k < part->rowStart[row + 1]; ++k)
-                s += part->slope[k] * (x[part->param[k]] - anchor[part->param[k]]);
+// One position's share of a pass: its modelled score from the weights'
+// moves since the anchor, then its loss's gradient along each slope. This
+// loop is the whole of an optimisation pass, so it reads each row once,
+// in single precision, with no call per slope.
+struct RowPass {
+    const Model& model;
+    const std::vector<float>& moved;  // x - anchor
+
+    float score(std::size_t row) const {
+        float s = model.refreshed.base[row];
+        for (const Linearisation* part : {&model.linear, &model.refreshed}) {
+            const std::uint16_t* param = part->param.data();
+            const float* slope = part->slope.data();
+            for (std::uint32_t k = part->rowStart[row], end = part->rowStart[row + 1]; k < end; ++k)
+                s += slope[k] * moved[param[k]];
+        }
         return s;
     }
-    void add_gradient(std::size_t row, double factor, std::vector<double>& gradient) const {
-        for (const Linearisation* part : {&linear, &refreshed})
-            for (std::uint32_t k = part->rowStart[row]; k < part->rowStart[row + 1]; ++k)
-                gradient[part->param[k]] += factor * part->slope[k];
+    void add_gradient(std::size_t row, double factor, double* gradient) const {
+        for (const Linearisation* part : {&model.linear, &model.refreshed}) {
+            const std::uint16_t* param = part->param.data();
+            const float* slope = part->slope.data();
+            for (std::uint32_t k = part->rowStart[row], end = part->rowStart[row + 1]; k < end; ++k)
+                gradient[param[k]] += factor * slope[k];
+        }
     }
 };
 
@@ -44,14 +59,23 @@ struct Model {
 double loss_and_gradient(const Model& model, const std::vector<float>& targets, double scale,
                          const std::vector<double>& x, std::vector<double>& gradient, int threads) {
     const std::size_t rows = targets.size();
+    std::vector<float> moved(x.size());
+    for (std::size_t k = 0; k < x.size(); ++k) moved[k] = static_cast<float>(x[k] - model.anchor[k]);
+    const RowPass pass{model, moved};
+    // The loss in natural units of z = c * score: log(1 + e^-z) + (1 - t) z,
+    // which costs one exponential and one logarithm per position.
+    const double c = scale * 2.302585092994046 / 400.0;
     std::vector<std::vector<double>> partialGradient(threads, std::vector<double>(x.size(), 0.0));
     std::vector<double> partialLoss(threads, 0.0);
     auto work = [&](int t) {
         double loss = 0.0;
+        double* g = partialGradient[t].data();
         for (std::size_t row = rows * t / threads; row < rows * (t + 1) / threads; ++row) {
-            const double s = model.score(row, x);
-            loss += position_loss(s, targets[row], scale);
-            model.add_gradient(row, loss_slope(s, targets[row], scale), partialGradient[t]);
+            const double z = c * pass.score(row), target = targets[row];
+            const double e = std::exp(-std::abs(z));
+            const double p = z >= 0 ? 1.0 / (1.0 + e) : e / (1.0 + e);
+            loss += std::max(-z, 0.0) + std::log1p(e) + (1.0 - target) * z;
+            pass.add_gradient(row, (p - target) * c, g);
         }
         partialLoss[t] = loss;
     };
@@ -122,16 +146,17 @@ std::vector<double> apply_rounded(const std::vector<double>& x, const std::vecto
 
 }  // namespace
 
-TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineConfig& config,
+TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& config,
                             const TunerSettings& settings, std::ostream& log) {
     TunerReport report;
     std::vector<TunedParam> params = tuned_params(settings.keys);
     std::erase_if(params, [&](const TunedParam& p) {
         return std::find(settings.fixed.begin(), settings.fixed.end(), p.key) != settings.fixed.end();
     });
+    // Moved, not copied: millions of positions are held once.
     std::vector<TrainingSample> train, heldOut;
-    for (std::size_t i = 0; i < samples.size(); ++i)
-        (is_held_out(samples[i].fen) ? heldOut : train).push_back(samples[i]);
+    for (TrainingSample& sample : samples) (is_held_out(sample.fen) ? heldOut : train).push_back(std::move(sample));
+    samples = {};
     report.trainPositions = static_cast<int>(train.size());
     report.heldOutPositions = static_cast<int>(heldOut.size());
     if (params.empty() || train.empty()) {
@@ -149,11 +174,14 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     Model model;
     auto start = Clock::now();
     model.linear = linearise(train, config, params, linearIndex, settings.step, workers);
+    const double linearSeconds = seconds_since(start);
     model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
     model.anchor = x;
     const double extraction = seconds_since(start);
     log << "slopes of " << params.size() << " weights over " << train.size() << " positions in " << extraction << " s ("
-        << static_cast<long long>(train.size() / std::max(extraction, 1e-6)) << " positions/s, "
+        << static_cast<long long>(train.size() / std::max(extraction, 1e-6)) << " positions/s; "
+        << linearIndex.size() << " linear weights " << linearSeconds << " s, " << nonlinearIndex.size()
+        << " non-linear " << extraction - linearSeconds << " s; "
         << model.linear.slope.size() + model.refreshed.slope.size() << " non-zero slopes)\n";
 
     const std::vector<float> heldOutBase = linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
@@ -189,7 +217,9 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     double heldOutBest = report.heldOutBefore;
     report.trainAfter = report.trainBefore;
     report.heldOutResultsAfter = report.heldOutResultsBefore;
+    double checkpointSeconds = 0;
     auto checkpoint = [&](int pass) {
+        const auto checkpointStart = Clock::now();
         model.anchor = apply_rounded(x, params, config);
         model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
         const double trainLoss = mean_loss(model.refreshed.base, trainTargets, report.scale);
@@ -197,6 +227,7 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
             linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
         const double heldOutLoss = mean_loss(heldOutScores, heldOutTargets, report.scale);
         log << "pass " << pass << ": training loss " << trainLoss << ", held out " << heldOutLoss << '\n';
+        checkpointSeconds += seconds_since(checkpointStart);
         if (heldOut.empty() || heldOutLoss < heldOutBest) {
             report.heldOutResultsAfter = mean_loss(heldOutScores, heldOutResults, report.scale);
             best = model.anchor;
@@ -224,7 +255,8 @@ TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineCo
     apply_rounded(best, params, config);
     report.heldOutAfter = heldOutBest;
     log << "optimisation: " << settings.epochs << " passes in " << passSeconds << " s ("
-        << passSeconds / std::max(settings.epochs, 1) << " s per pass); total " << seconds_since(start) << " s\n";
+        << passSeconds / std::max(settings.epochs, 1) << " s per pass); true evaluations " << checkpointSeconds
+        << " s; total " << seconds_since(start) << " s\n";
     log << "weights of pass " << bestPass << " kept; loss after: training " << report.trainAfter << ", held out "
         << report.heldOutAfter << '\n';
     return report;

@@ -49,8 +49,8 @@ struct TunerReport {
 
 // Tunes the evaluation weights of `config` in place, starting from its
 // values; progress and timings go to `log`. The held-out tenth is chosen
-// by is_held_out.
-TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineConfig& config,
+// by is_held_out. Pass the samples by std::move when they are many.
+TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& config,
                             const TunerSettings& settings, std::ostream& log);
 
 }  // namespace morvane

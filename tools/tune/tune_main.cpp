@@ -88,7 +88,7 @@ int main(int argc, char** argv) {
     }
     const auto labelled = std::count_if(samples.begin(), samples.end(), [](const auto& s) { return s.deep.has_value(); });
     std::cerr << samples.size() << " positions read, " << labelled << " with a deeper score\n";
-    const TunerReport report = tune_evaluation(samples, config, settings, std::cerr);
+    const TunerReport report = tune_evaluation(std::move(samples), config, settings, std::cerr);
     if (report.tuned == 0) return 1;
 
     std::string command;
