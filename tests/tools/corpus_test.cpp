@@ -57,8 +57,10 @@ TEST(CorpusFormat, LabelsAndResultsRoundTripThroughLinesAndChunks) {
     record.labels = "depth=9,weights=x.cfg@1f";
     record.settings = "nodes=6000 random-plies=8 keep-every=4";
     std::ostringstream log;
-    ASSERT_TRUE(store_chunk(dir.path().string(), record, "# a comment\n" + format_training_line(fen, 1.0, 12, 80) +
-                                                             format_training_line(fen, 0.0, -3, std::nullopt), log));
+    ASSERT_TRUE(store_chunk(
+        dir.path().string(), record,
+        "# a comment\n" + format_training_line(fen, 1.0, 12, 80) + format_training_line(fen, 0.0, -3, std::nullopt),
+        log));
     const std::map<int, ChunkRecord> records = read_manifest(dir.path().string(), log);
     ASSERT_EQ(records.size(), 1u);
     EXPECT_EQ(manifest_line(records.at(7)), manifest_line(record));

@@ -22,9 +22,9 @@ struct ChunkRecord {
     int index = 0;
     std::uint64_t seed = 0;
     long long positions = 0;
-    std::uint64_t checksum = 0;  // of the chunk file's bytes
+    std::uint64_t checksum = 0;   // of the chunk file's bytes
     std::string labels = "none";  // how the deeper scores were made, one word
-    std::string settings;        // how the games were played, the rest of the line
+    std::string settings;         // how the games were played, the rest of the line
 };
 
 // The seed of chunk `index`: well mixed, so neighbouring chunks play

@@ -10,8 +10,8 @@ namespace morvane {
 
 struct TrainingSample {
     std::string fen;
-    float result;                // 1 White won, 0.5 draw, 0 Black won
-    float score;                 // the game's own search, centipawns
+    float result;                 // 1 White won, 0.5 draw, 0 Black won
+    float score;                  // the game's own search, centipawns
     std::optional<float> deep{};  // a deeper search's score, when labelled
 };
 

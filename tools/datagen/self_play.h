@@ -38,7 +38,7 @@ SearchLimits move_limits(const SelfPlaySettings& settings);
 
 struct TrainingPosition {
     std::string fen;
-    int score;                   // the game's search score, White's view
+    int score;                  // the game's search score, White's view
     std::optional<int> deep{};  // a deeper search's score, White's view
 };
 

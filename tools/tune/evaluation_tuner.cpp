@@ -4,6 +4,7 @@
 #include <chrono>
 #include <cmath>
 #include <thread>
+#include <utility>
 
 #include "tune/linearise.h"
 #include "tune/logistic_loss.h"
@@ -146,9 +147,11 @@ std::vector<double> apply_rounded(const std::vector<double>& x, const std::vecto
 
 }  // namespace
 
-TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& config,
-                            const TunerSettings& settings, std::ostream& log) {
-    TunerReport report;
+std::vector<TunerReport> tune_per_lambda(std::vector<TrainingSample> samples, const EngineConfig& start,
+                                         const std::vector<double>& lambdas, std::vector<EngineConfig>& tuned,
+                                         const TunerSettings& settings, std::ostream& log) {
+    tuned.assign(lambdas.size(), start);
+    TunerReport common;
     std::vector<TunedParam> params = tuned_params(settings.keys);
     std::erase_if(params, [&](const TunedParam& p) {
         return std::find(settings.fixed.begin(), settings.fixed.end(), p.key) != settings.fixed.end();
@@ -157,11 +160,11 @@ TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& c
     std::vector<TrainingSample> train, heldOut;
     for (TrainingSample& sample : samples) (is_held_out(sample.fen) ? heldOut : train).push_back(std::move(sample));
     samples = {};
-    report.trainPositions = static_cast<int>(train.size());
-    report.heldOutPositions = static_cast<int>(heldOut.size());
+    common.trainPositions = static_cast<int>(train.size());
+    common.heldOutPositions = static_cast<int>(heldOut.size());
     if (params.empty() || train.empty()) {
         log << "nothing to tune (" << params.size() << " weights, " << train.size() << " training positions)\n";
-        return report;
+        return std::vector<TunerReport>(lambdas.size(), common);
     }
     std::vector<int> linearIndex, nonlinearIndex;
     for (int k = 0; k < static_cast<int>(params.size()); ++k)
@@ -169,96 +172,117 @@ TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& c
     const int workers = std::max(1, settings.workers);
     const std::vector<int> scoresOnly;
 
-    std::vector<double> x;
-    for (const int* v : param_pointers(config, params)) x.push_back(*v);
+    EngineConfig startConfig = start;
+    std::vector<double> startX;
+    for (const int* v : param_pointers(startConfig, params)) startX.push_back(*v);
     Model model;
-    auto start = Clock::now();
-    model.linear = linearise(train, config, params, linearIndex, settings.step, workers);
-    const double linearSeconds = seconds_since(start);
-    model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
-    model.anchor = x;
-    const double extraction = seconds_since(start);
+    const auto extractionStart = Clock::now();
+    model.linear = linearise(train, start, params, linearIndex, settings.step, workers);
+    const double linearSeconds = seconds_since(extractionStart);
+    const Linearisation startRefreshed = linearise(train, start, params, nonlinearIndex, settings.step, workers);
+    const double extraction = seconds_since(extractionStart);
     log << "slopes of " << params.size() << " weights over " << train.size() << " positions in " << extraction << " s ("
-        << static_cast<long long>(train.size() / std::max(extraction, 1e-6)) << " positions/s; "
-        << linearIndex.size() << " linear weights " << linearSeconds << " s, " << nonlinearIndex.size()
-        << " non-linear " << extraction - linearSeconds << " s; "
-        << model.linear.slope.size() + model.refreshed.slope.size() << " non-zero slopes)\n";
+        << static_cast<long long>(train.size() / std::max(extraction, 1e-6)) << " positions/s; " << linearIndex.size()
+        << " linear weights " << linearSeconds << " s, " << nonlinearIndex.size() << " non-linear "
+        << extraction - linearSeconds << " s; " << model.linear.slope.size() + startRefreshed.slope.size()
+        << " non-zero slopes)\n";
 
-    const std::vector<float> heldOutBase = linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
-    report.scale = fit_scale(model.refreshed.base, results_of(train));
-    const std::vector<float> trainTargets = blended_targets(train, settings.lambda, report.scale);
-    const std::vector<float> heldOutTargets = blended_targets(heldOut, settings.lambda, report.scale);
+    const std::vector<float> heldOutBase = linearise(heldOut, start, params, scoresOnly, settings.step, workers).base;
     const std::vector<float> heldOutResults = results_of(heldOut);
-    report.trainBefore = mean_loss(model.refreshed.base, trainTargets, report.scale);
-    report.heldOutBefore = mean_loss(heldOutBase, heldOutTargets, report.scale);
-    report.heldOutResultsBefore = mean_loss(heldOutBase, heldOutResults, report.scale);
-    log << "K " << report.scale << "; loss before: training " << report.trainBefore << ", held out "
-        << report.heldOutBefore << " (" << heldOut.size() << " positions)\n";
+    common.scale = fit_scale(startRefreshed.base, results_of(train));
+    common.heldOutResultsBefore = mean_loss(heldOutBase, heldOutResults, common.scale);
 
     // A weight that moves only a handful of positions would be fitted to
     // their noise.
     std::vector<int> uses(params.size(), 0);
-    for (const Linearisation* part : {&model.linear, &model.refreshed})
+    for (const Linearisation* part : {&std::as_const(model.linear), &startRefreshed})
         for (std::uint16_t p : part->param) ++uses[p];
     std::vector<bool> frozen(params.size());
     for (std::size_t k = 0; k < params.size(); ++k) {
         frozen[k] = uses[k] < settings.minPositions;
-        (frozen[k] ? report.frozen : report.tuned) += 1;
+        (frozen[k] ? common.frozen : common.tuned) += 1;
     }
-    log << report.tuned << " weights tuned, " << report.frozen << " left alone (fewer than " << settings.minPositions
+    log << common.tuned << " weights tuned, " << common.frozen << " left alone (fewer than " << settings.minPositions
         << " positions)\n";
 
-    // Every few passes the model is re-anchored on the true scores at the
-    // rounded weights, and the held-out positions are scored too: the
-    // weights kept are those that predicted them best, so a fit that starts
-    // to learn the training games' noise is caught.
-    std::vector<double> best = x;
-    int bestPass = 0;
-    double heldOutBest = report.heldOutBefore;
-    report.trainAfter = report.trainBefore;
-    report.heldOutResultsAfter = report.heldOutResultsBefore;
-    double checkpointSeconds = 0;
-    auto checkpoint = [&](int pass) {
-        const auto checkpointStart = Clock::now();
-        model.anchor = apply_rounded(x, params, config);
-        model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
-        const double trainLoss = mean_loss(model.refreshed.base, trainTargets, report.scale);
-        const std::vector<float> heldOutScores =
-            linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
-        const double heldOutLoss = mean_loss(heldOutScores, heldOutTargets, report.scale);
-        log << "pass " << pass << ": training loss " << trainLoss << ", held out " << heldOutLoss << '\n';
-        checkpointSeconds += seconds_since(checkpointStart);
-        if (heldOut.empty() || heldOutLoss < heldOutBest) {
-            report.heldOutResultsAfter = mean_loss(heldOutScores, heldOutResults, report.scale);
-            best = model.anchor;
-            bestPass = pass;
-            heldOutBest = heldOutLoss;
-            report.trainAfter = trainLoss;
-        }
-    };
+    // Each lambda starts afresh from the same weights and the same slopes:
+    // the slopes of the linear weights, the dearest part, are measured once.
+    std::vector<TunerReport> reports;
+    for (std::size_t run = 0; run < lambdas.size(); ++run) {
+        TunerReport report = common;
+        EngineConfig& config = tuned[run];
+        std::vector<double> x = startX;
+        model.refreshed = startRefreshed;
+        model.anchor = startX;
+        const std::vector<float> trainTargets = blended_targets(train, lambdas[run], report.scale);
+        const std::vector<float> heldOutTargets = blended_targets(heldOut, lambdas[run], report.scale);
+        report.trainBefore = mean_loss(model.refreshed.base, trainTargets, report.scale);
+        report.heldOutBefore = mean_loss(heldOutBase, heldOutTargets, report.scale);
+        log << "lambda " << lambdas[run] << ": K " << report.scale << "; loss before: training " << report.trainBefore
+            << ", held out " << report.heldOutBefore << " (" << heldOut.size() << " positions)\n";
 
-    Adam adam(x.size());
-    std::vector<double> gradient(x.size());
-    start = Clock::now();
-    double passSeconds = 0;
-    const int refreshEvery = std::max(settings.refreshEvery, 1);
-    for (int pass = 1; pass <= settings.epochs; ++pass) {
-        const auto passStart = Clock::now();
-        const double loss = loss_and_gradient(model, trainTargets, report.scale, x, gradient, workers);
-        adam.step(x, gradient, settings.learningRate, frozen);
-        for (std::size_t k = 0; k < x.size(); ++k)
-            x[k] = std::clamp<double>(x[k], params[k].range.lo, params[k].range.hi);
-        passSeconds += seconds_since(passStart);
-        if (pass % 10 == 0) log << "pass " << pass << ": model loss " << loss << '\n';
-        if (pass % refreshEvery == 0 || pass == settings.epochs) checkpoint(pass);
+        // Every few passes the model is re-anchored on the true scores at the
+        // rounded weights, and the held-out positions are scored too: the
+        // weights kept are those that predicted them best, so a fit that starts
+        // to learn the training games' noise is caught.
+        std::vector<double> best = x;
+        int bestPass = 0;
+        double heldOutBest = report.heldOutBefore;
+        report.trainAfter = report.trainBefore;
+        report.heldOutResultsAfter = report.heldOutResultsBefore;
+        double checkpointSeconds = 0;
+        auto checkpoint = [&](int pass) {
+            const auto checkpointStart = Clock::now();
+            model.anchor = apply_rounded(x, params, config);
+            model.refreshed = linearise(train, config, params, nonlinearIndex, settings.step, workers);
+            const double trainLoss = mean_loss(model.refreshed.base, trainTargets, report.scale);
+            const std::vector<float> heldOutScores =
+                linearise(heldOut, config, params, scoresOnly, settings.step, workers).base;
+            const double heldOutLoss = mean_loss(heldOutScores, heldOutTargets, report.scale);
+            log << "pass " << pass << ": training loss " << trainLoss << ", held out " << heldOutLoss << '\n';
+            checkpointSeconds += seconds_since(checkpointStart);
+            if (heldOut.empty() || heldOutLoss < heldOutBest) {
+                report.heldOutResultsAfter = mean_loss(heldOutScores, heldOutResults, report.scale);
+                best = model.anchor;
+                bestPass = pass;
+                heldOutBest = heldOutLoss;
+                report.trainAfter = trainLoss;
+            }
+        };
+
+        Adam adam(x.size());
+        std::vector<double> gradient(x.size());
+        const auto fitStart = Clock::now();
+        double passSeconds = 0;
+        const int refreshEvery = std::max(settings.refreshEvery, 1);
+        for (int pass = 1; pass <= settings.epochs; ++pass) {
+            const auto passStart = Clock::now();
+            const double loss = loss_and_gradient(model, trainTargets, report.scale, x, gradient, workers);
+            adam.step(x, gradient, settings.learningRate, frozen);
+            for (std::size_t k = 0; k < x.size(); ++k)
+                x[k] = std::clamp<double>(x[k], params[k].range.lo, params[k].range.hi);
+            passSeconds += seconds_since(passStart);
+            if (pass % 10 == 0) log << "pass " << pass << ": model loss " << loss << '\n';
+            if (pass % refreshEvery == 0 || pass == settings.epochs) checkpoint(pass);
+        }
+        apply_rounded(best, params, config);
+        report.heldOutAfter = heldOutBest;
+        log << "optimisation: " << settings.epochs << " passes in " << passSeconds << " s ("
+            << passSeconds / std::max(settings.epochs, 1) << " s per pass); true evaluations " << checkpointSeconds
+            << " s; total " << seconds_since(fitStart) << " s\n";
+        log << "lambda " << lambdas[run] << ": weights of pass " << bestPass << " kept; loss after: training "
+            << report.trainAfter << ", held out " << report.heldOutAfter << '\n';
+        reports.push_back(report);
     }
-    apply_rounded(best, params, config);
-    report.heldOutAfter = heldOutBest;
-    log << "optimisation: " << settings.epochs << " passes in " << passSeconds << " s ("
-        << passSeconds / std::max(settings.epochs, 1) << " s per pass); true evaluations " << checkpointSeconds
-        << " s; total " << seconds_since(start) << " s\n";
-    log << "weights of pass " << bestPass << " kept; loss after: training " << report.trainAfter << ", held out "
-        << report.heldOutAfter << '\n';
+    return reports;
+}
+
+TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& config, const TunerSettings& settings,
+                            std::ostream& log) {
+    std::vector<EngineConfig> tuned;
+    const TunerReport report =
+        tune_per_lambda(std::move(samples), config, {settings.lambda}, tuned, settings, log).front();
+    config = tuned.front();
     return report;
 }
 

@@ -37,8 +37,8 @@ struct TunerSettings {
 };
 
 struct TunerReport {
-    double scale = 0;                        // K, fitted to the game results at the starting weights, then kept
-    double trainBefore = 0, trainAfter = 0;  // true losses, at the start and at the weights returned
+    double scale = 0;                            // K, fitted to the game results at the starting weights, then kept
+    double trainBefore = 0, trainAfter = 0;      // true losses, at the start and at the weights returned
     double heldOutBefore = 0, heldOutAfter = 0;  // against the tuned target
     // Against the game results alone, whatever the target: the yardstick
     // that compares runs with different lambdas.
@@ -50,7 +50,14 @@ struct TunerReport {
 // Tunes the evaluation weights of `config` in place, starting from its
 // values; progress and timings go to `log`. The held-out tenth is chosen
 // by is_held_out. Pass the samples by std::move when they are many.
-TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& config,
-                            const TunerSettings& settings, std::ostream& log);
+TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& config, const TunerSettings& settings,
+                            std::ostream& log);
+
+// One fit per lambda of `lambdas` (settings.lambda is not read), each from
+// `start`, sharing the one measurement of the slopes: tuned[i] receives the
+// weights fitted for lambdas[i], and the i-th report says how they fared.
+std::vector<TunerReport> tune_per_lambda(std::vector<TrainingSample> samples, const EngineConfig& start,
+                                         const std::vector<double>& lambdas, std::vector<EngineConfig>& tuned,
+                                         const TunerSettings& settings, std::ostream& log);
 
 }  // namespace morvane
