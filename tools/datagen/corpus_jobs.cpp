@@ -37,15 +37,16 @@ std::string chunk_content(int index, const ChunkPlan& plan, long long& positions
     const std::uint64_t seed = chunk_seed(index);
     std::mt19937_64 rng(seed);
     const auto board = std::make_unique<Board>();
+    const auto ctx = std::make_unique<SearchContext>();
     std::string content = chunk_header(index, seed, plan.settingsText);
     positions = 0;
     while (positions < plan.positions) {
-        std::optional<GameRecord> game = play_next_game(*board, rng, plan.openings, plan.settings);
+        std::optional<GameRecord> game = play_next_game(*board, *ctx, rng, plan.openings, plan.settings);
         if (!game) break;  // every start too lopsided: the chunk ends short
         for (TrainingPosition& p : game->positions) {
             if (plan.label) {
                 board->set_fen(p.fen);
-                p.deep = deep_score(*board, *plan.label);
+                p.deep = deep_score(*board, *ctx, *plan.label);
             }
             content += training_line(p, game->result);
         }
@@ -95,6 +96,7 @@ bool label_chunks(const std::string& dir, const std::vector<int>& indices, const
         const std::optional<std::string> content = read_verified_chunk(dir, record, log);
         if (!content) return false;
         const auto board = std::make_unique<Board>();
+        const auto ctx = std::make_unique<SearchContext>();
         std::istringstream in(*content);
         std::string labelled, line;
         TrainingSample sample;
@@ -105,7 +107,7 @@ bool label_chunks(const std::string& dir, const std::vector<int>& indices, const
             }
             board->set_fen(sample.fen);
             labelled += format_training_line(sample.fen, sample.result, static_cast<int>(std::lround(sample.score)),
-                                             deep_score(*board, limits));
+                                             deep_score(*board, *ctx, limits));
         }
         record.labels = labelText;
         if (!store_chunk(dir, record, labelled, log)) return false;

@@ -67,18 +67,19 @@ private:
 
 // Plays one game from the board's position after the random plies. No
 // result when the position after them was unplayable or too lopsided.
-std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const SelfPlaySettings& settings);
+std::optional<GameRecord> play_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                    const SelfPlaySettings& settings);
 
 // Plays games from random starts (an opening of the book, or the starting
 // position when the book is empty) until one is playable; nothing when a
 // thousand starts in a row were too lopsided to play.
-std::optional<GameRecord> play_next_game(Board& board, std::mt19937_64& rng, const std::vector<std::string>& openings,
-                                         const SelfPlaySettings& settings);
+std::optional<GameRecord> play_next_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                         const std::vector<std::string>& openings, const SelfPlaySettings& settings);
 
 // The score of a search of the position under `limits`, White's view. It
 // starts from an empty table, so that a position's label does not depend on
 // what was labelled before it.
-int deep_score(Board& board, const SearchLimits& limits);
+int deep_score(Board& board, SearchContext& ctx, const SearchLimits& limits);
 
 // "FEN | result | score" or "FEN | result | score | deep", the tuner's input line.
 std::string training_line(const TrainingPosition& position, double result);
