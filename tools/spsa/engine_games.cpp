@@ -40,7 +40,8 @@ std::string config_with_keys(const std::string& baseText, const std::vector<Tune
 }
 
 PlayIteration engine_games(const std::string& runDir, const std::string& baseText,
-                           const std::vector<std::string>& openings, std::atomic<bool>& stop, std::ostream& log) {
+                           const std::vector<std::string>& openings, bool tables, std::atomic<bool>& stop,
+                           std::ostream& log) {
     return [=, &stop, &log](const TunerState& state, const Trial& trial) -> std::optional<Outcome> {
         const std::filesystem::path plusDir = std::filesystem::path(runDir) / "plus";
         const std::filesystem::path minusDir = std::filesystem::path(runDir) / "minus";
@@ -67,8 +68,17 @@ PlayIteration engine_games(const std::string& runDir, const std::string& baseTex
         config.games = 2 * state.games.pairs;
         config.concurrency = state.games.concurrency;
         config.rules.resign = config.rules.draw = true;
+        config.rules.tables = tables;
         const match::MatchSummary summary = match::run_match(config, stop, log);
         if (summary.interrupted || summary.wdl.games() < config.games) return std::nullopt;
+        // Games forfeited by an engine that never started say nothing
+        // about the keys: stop rather than tune on them.
+        for (const auto& [reason, count] : summary.reasons)
+            if (reason.find("could not start") != std::string::npos) {
+                log << "spsa: " << reason << '\n';
+                stop.store(true);
+                return std::nullopt;
+            }
         return Outcome{summary.wdl.wins, summary.wdl.draws, summary.wdl.losses};
     };
 }

@@ -20,7 +20,10 @@ std::string config_with_keys(const std::string& baseText, const std::vector<Tune
 
 // Plays `state.games.pairs` pairs, plus side first, from the openings that
 // follow those of earlier iterations; the folders are made in runDir.
+// Games are adjudicated by resignation and draw scores, and by the endgame
+// tables when `tables` (they must then be loaded).
 PlayIteration engine_games(const std::string& runDir, const std::string& baseText,
-                           const std::vector<std::string>& openings, std::atomic<bool>& stop, std::ostream& log);
+                           const std::vector<std::string>& openings, bool tables, std::atomic<bool>& stop,
+                           std::ostream& log);
 
 }  // namespace spsa

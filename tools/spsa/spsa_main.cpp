@@ -10,8 +10,11 @@
 #include <sstream>
 
 #include "common/tool_arguments.h"
+#include "core/attacks.h"
+#include "core/zobrist.h"
 #include "match/cli.h"
 #include "match/openings.h"
+#include "match/referee.h"
 #include "spsa/engine_games.h"
 #include "spsa/state_file.h"
 #include "spsa/trajectory_plot.h"
@@ -156,6 +159,8 @@ int resume_run(ToolArguments& args, TunerState& state, fs::path& runDir) {
 }  // namespace
 
 int main(int argc, char** argv) {
+    morvane::init_zobrist();
+    morvane::init_attacks();
     ToolArguments args(argc, argv,
                                 {"run", "resume", "plot", "export", "output", "keys", "base", "engine", "openings", "tc", "nodes",
                                  "iterations", "pairs", "concurrency", "seed", "A"});
@@ -177,13 +182,15 @@ int main(int argc, char** argv) {
         return fail("no opening in " + state.games.openings);
     match::shuffle_openings(openings, state.seed);
 
+    const bool tables = match::init_adjudication_tables();
+    if (!tables) std::cerr << "spsa: endgame tables unavailable, no table adjudication\n";
     signal(SIGINT, on_interrupt);
     signal(SIGTERM, on_interrupt);
     std::cout << "spsa: " << state.keys.size() << " keys, iteration " << state.iteration << " of "
               << state.iterations << ", " << 2 * state.games.pairs << " games an iteration, run folder "
               << runDir.string() << std::endl;
     const RunFiles files{(runDir / "state.txt").string(), (runDir / "history.csv").string()};
-    const RunEnd end = run_tuner(state, files, engine_games(runDir.string(), baseText, openings, g_stop, std::cerr),
+    const RunEnd end = run_tuner(state, files, engine_games(runDir.string(), baseText, openings, tables, g_stop, std::cerr),
                                  g_stop, std::cout);
     if (end == RunEnd::Failed) return 1;
     std::cout << (end == RunEnd::Finished ? "spsa: finished" : "spsa: stopped") << " after iteration "

@@ -10,7 +10,7 @@ namespace spsa {
 namespace {
 
 constexpr int FirstKeyColumn = 5;  // after iteration, games, wins, draws, losses
-constexpr int Columns = 4, PanelWidth = 260, PanelHeight = 130, Margin = 10;
+constexpr int Columns = 4, PanelWidth = 300, PanelHeight = 130, Margin = 10;
 
 std::vector<std::string> split_commas(const std::string& line) {
     std::vector<std::string> cells;
