@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <string>
 
 #include "core/attacks.h"
@@ -60,6 +61,7 @@ namespace {
 
 int report_overruns(int movetimeMs) {
     Board board;
+    const auto ctx = std::make_unique<SearchContext>();
     long worst = 0;
     for (const char* fen : BenchFens) {
         board.set_fen(fen);
@@ -67,7 +69,7 @@ int report_overruns(int movetimeMs) {
         SearchLimits limits;
         limits.movetime = movetimeMs;
         const auto start = std::chrono::steady_clock::now();
-        iterative_deepening(board, limits, nullptr);
+        iterative_deepening(board, *ctx, limits, nullptr);
         const long ms = static_cast<long>(
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count());
         worst = std::max(worst, ms - movetimeMs);
@@ -84,6 +86,7 @@ int main(int argc, char** argv) {
     if (argc > 1 && std::string(argv[1]) == "overrun") return report_overruns(argc > 2 ? std::atoi(argv[2]) : 100);
     const int depth = argc > 1 ? std::atoi(argv[1]) : 10;
     Board board;
+    const auto ctx = std::make_unique<SearchContext>();
     std::uint64_t totalNodes = 0;
     const auto start = std::chrono::steady_clock::now();
     for (const char* fen : BenchFens) {
@@ -93,7 +96,7 @@ int main(int argc, char** argv) {
         SearchLimits limits;
         limits.depth = depth;
         std::uint64_t nodes = 0;
-        const SearchResult r = iterative_deepening(board, limits, [&](const SearchResult& it) { nodes += it.nodes; });
+        const SearchResult r = iterative_deepening(board, *ctx, limits, [&](const SearchResult& it) { nodes += it.nodes; });
         totalNodes += nodes;
         std::cout << nodes << " nodes, best " << move_to_uci(r.best_move) << " score " << r.score << "  " << fen
                   << '\n';

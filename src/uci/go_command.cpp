@@ -1,6 +1,7 @@
 #include <charconv>
 #include <cstdint>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 
@@ -52,6 +53,9 @@ void print_bestmove(Move best) {
     std::cout << "bestmove " << (best ? move_to_uci(best) : std::string("0000")) << std::endl;
 }
 
+// The search thread's context: large, so made once, at the first "go".
+std::unique_ptr<SearchContext> g_searchContext;
+
 // Milliseconds a pondering search gets once "ponderhit" arrives, computed
 // from its "go" line before the search thread takes the board.
 std::int64_t g_ponderAllowanceMs = -1;
@@ -60,11 +64,11 @@ std::int64_t g_ponderAllowanceMs = -1;
 // The flag drops just before the answer goes out: a GUI sends its next
 // "position" and "go" as soon as it reads "bestmove", and they must not be
 // refused as if the search were still running.
-void search_thread_body(Board& board, SearchLimits limits) {
+void search_thread_body(Board& board, SearchContext& ctx, SearchLimits limits) {
     const int rootPly = board.ply();
     Move best = NULL_MOVE;
     try {
-        best = iterative_deepening(board, limits, print_info_line).best_move;
+        best = iterative_deepening(board, ctx, limits, print_info_line).best_move;
     } catch (const std::exception& e) {
         std::cerr << "info string EXCEPTION pendant la recherche: " << e.what() << " -- repli sur le premier coup legal"
                   << std::endl;
@@ -104,7 +108,8 @@ void start_search_async(Board& board, const SearchLimits& limits) {
     g_deadline.store(std::chrono::steady_clock::time_point::max(), std::memory_order_relaxed);
     g_pondering.store(limits.ponder, std::memory_order_relaxed);
     g_searching.store(true, std::memory_order_relaxed);
-    g_searchThread = std::thread(search_thread_body, std::ref(board), limits);
+    if (!g_searchContext) g_searchContext = std::make_unique<SearchContext>();
+    g_searchThread = std::thread(search_thread_body, std::ref(board), std::ref(*g_searchContext), limits);
 }
 
 void cmd_go(Board& board, std::istringstream& rest) {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <climits>
+#include <memory>
 
 #include "config/safe_ranges.h"
 #include "core/score.h"
@@ -63,6 +64,7 @@ TEST(SafeRanges, EveryKeyAtItsBoundsEvaluatesSearchesAndAllocatesTime) {
 
     test::CapturedStreams io;
     Board board, mirrored;
+    const auto ctx = std::make_unique<SearchContext>();
     constexpr std::int64_t YearMs = 365LL * 24 * 60 * 60 * 1000;
     for (std::size_t k = 0; k < key_count(); ++k) {
         const SafeRange range = all_fields(g_config)[k].range;
@@ -79,7 +81,7 @@ TEST(SafeRanges, EveryKeyAtItsBoundsEvaluatesSearchesAndAllocatesTime) {
             for (const std::string& fen : {fens[1], fens[6], fens[8]}) {
                 board.set_fen(fen);
                 tt_clear();
-                const SearchResult r = iterative_deepening(board, limits, nullptr);
+                const SearchResult r = iterative_deepening(board, *ctx, limits, nullptr);
                 ASSERT_NE(r.best_move, NULL_MOVE) << field.name << " = " << value;
                 ASSERT_LE(std::abs(r.score), MATE_SCORE) << field.name << " = " << value;
             }
@@ -118,6 +120,7 @@ TEST(SafeRanges, EverySearchKeyAtItsBoundsSearchesPastEveryMinimumDepth) {
     constexpr std::uint64_t NodeCap = 40000;  // for values that switch every pruning off
     test::CapturedStreams io;
     Board board;
+    const auto ctx = std::make_unique<SearchContext>();
     int reached = 0, searches = 0;
     for (std::size_t k = 0; k < key_count(); ++k) {
         const ConfigField key = all_fields(defaults)[k];
@@ -129,7 +132,7 @@ TEST(SafeRanges, EverySearchKeyAtItsBoundsSearchesPastEveryMinimumDepth) {
                 SearchLimits limits;
                 limits.depth = deepest + 1;
                 limits.nodes = NodeCap;
-                const SearchResult r = iterative_deepening(board, limits, nullptr);
+                const SearchResult r = iterative_deepening(board, *ctx, limits, nullptr);
                 ASSERT_NE(r.best_move, NULL_MOVE) << field.name << " = " << value;
                 ASSERT_LE(std::abs(r.score), MATE_SCORE) << field.name << " = " << value;
                 reached += r.depth == limits.depth;

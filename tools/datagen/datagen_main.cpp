@@ -68,12 +68,13 @@ bool generate(const Plan& plan, int worker) {
     std::seed_seq seeds{static_cast<std::uint64_t>(plan.seed), static_cast<std::uint64_t>(worker)};
     std::mt19937_64 rng(seeds);
     const auto board = std::make_unique<Board>();
+    const auto ctx = std::make_unique<SearchContext>();
     long long played = 0, written = 0;
     int wins = 0, draws = 0, losses = 0, droppedInRow = 0;
     bool ok = true;
     while (ok && (games < 0 || played < games) && (positions < 0 || written < positions)) {
         board->set_fen(plan.openings.empty() ? StartFen : plan.openings[rng() % plan.openings.size()]);
-        const std::optional<GameRecord> game = play_game(*board, rng, plan.settings);
+        const std::optional<GameRecord> game = play_game(*board, *ctx, rng, plan.settings);
         if (!game) {
             if (++droppedInRow < MaxDroppedStarts) continue;
             std::cerr << "worker " << worker << ": every start is too lopsided to play\n";

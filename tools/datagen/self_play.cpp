@@ -53,7 +53,8 @@ std::optional<double> ScoreAdjudicator::after_search(int whiteScore, int ply) {
     return std::nullopt;
 }
 
-std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const SelfPlaySettings& settings) {
+std::optional<GameRecord> play_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                    const SelfPlaySettings& settings) {
     for (int i = 0; i < settings.randomPlies; ++i) {
         ScoredMove moves[MAX_MOVES];
         const int n = generate_legal(board, moves, false);
@@ -73,10 +74,10 @@ std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const Se
             return game;
         }
         if (ply >= settings.maxPlies) return game;
-        const SearchResult searched = iterative_deepening(board, limits, nullptr);
+        const SearchResult searched = iterative_deepening(board, ctx, limits, nullptr);
         const int whiteScore = board.side_to_move() == WHITE ? searched.score : -searched.score;
         if (ply == 0 && std::abs(whiteScore) > settings.maxOpeningScore) return std::nullopt;
-        if (std::abs(whiteScore) < DecisiveScore && is_quiet_position(board, searched.best_move))
+        if (std::abs(whiteScore) < DecisiveScore && is_quiet_position(board, ctx, searched.best_move))
             game.positions.push_back({board.fen(), whiteScore});
         if (const auto result = adjudicator.after_search(whiteScore, ply)) {
             game.result = *result;

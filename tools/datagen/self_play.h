@@ -62,7 +62,8 @@ private:
 
 // Plays one game from the board's position after the random plies. No
 // result when the position after them was unplayable or too lopsided.
-std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const SelfPlaySettings& settings);
+std::optional<GameRecord> play_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                    const SelfPlaySettings& settings);
 
 // "FEN | result | score", the tuner's input line.
 std::string training_line(const TrainingPosition& position, double result);
