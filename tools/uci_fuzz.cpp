@@ -8,10 +8,13 @@
 // configurations. Build the engine with the sanitizers: any report there
 // ends the process, which counts as a crash. A seed gives the same input at
 // every run (the engine's timing may still differ).
-// Usage: uci_fuzz <engine> [rounds] [seed]    (default 300 rounds, seed 1)
+// Usage: uci_fuzz <engine> [rounds] [seed] [seconds]
+//        (default 300 rounds, seed 1; with seconds, it also stops after the
+//        round that ends past that time, for campaigns of a fixed length)
 #include <unistd.h>
 
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cstdint>
 #include <filesystem>
@@ -209,11 +212,13 @@ int main(int argc, char** argv) {
     init_zobrist();
     init_attacks();
     if (argc < 2) {
-        std::cerr << "Usage: uci_fuzz <engine> [rounds] [seed]\n";
+        std::cerr << "Usage: uci_fuzz <engine> [rounds] [seed] [seconds]\n";
         return 1;
     }
     const int rounds = argc > 2 ? std::atoi(argv[2]) : 300;
     std::mt19937_64 rng(argc > 3 ? std::strtoull(argv[3], nullptr, 10) : 1);
+    const long seconds = argc > 4 ? std::atol(argv[4]) : 0;
+    const auto start = std::chrono::steady_clock::now();
     // One directory per process: runs of two builds may overlap.
     const auto dir = std::filesystem::temp_directory_path() / ("morvane_uci_fuzz_" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir);
@@ -222,7 +227,9 @@ int main(int argc, char** argv) {
 
     long lines = 0, crashes = 0, hangs = 0;
     auto engine = std::make_unique<test::EngineProcess>(argv[1]);
-    for (int round = 0; round < rounds; ++round) {
+    int round = 0;
+    for (; round < rounds; ++round) {
+        if (seconds > 0 && std::chrono::steady_clock::now() - start > std::chrono::seconds(seconds)) break;
         for (int k = static_cast<int>(rng() % 12) + 1; k > 0; --k, ++lines) {
             const std::string line = random_line(rng, configs);
             engine->send(line);
@@ -261,7 +268,7 @@ int main(int argc, char** argv) {
     const auto status = engine->wait_exit(AnswerMs);
     if (!status || *status != 0) ++(status ? crashes : hangs);
     std::filesystem::remove_all(dir);
-    std::cout << "uci_fuzz: " << rounds << " rounds, " << lines << " lines, " << crashes << " crashes, " << hangs
+    std::cout << "uci_fuzz: " << round << " rounds, " << lines << " lines, " << crashes << " crashes, " << hangs
               << " hangs\n";
     return crashes || hangs ? 1 : 0;
 }
