@@ -19,6 +19,7 @@
 #include <iostream>
 #include <system_error>
 
+#include "core/fd_write.h"
 #include "tablebase/embedded.h"
 
 namespace morvane {
@@ -51,17 +52,6 @@ bool holds_embedded_copy(int dirFd, const char* name, const unsigned char* data,
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0 || std::memcmp(buffer, data + done, static_cast<std::size_t>(got)) != 0) return false;
         done += static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-bool write_all(int fd, const unsigned char* data, std::size_t size) {
-    while (size > 0) {
-        ssize_t put = ::write(fd, data, size);
-        if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) return false;
-        data += put;
-        size -= static_cast<std::size_t>(put);
     }
     return true;
 }
