@@ -120,7 +120,7 @@ void cmd_go(Board& board, std::istringstream& rest) {
     SearchLimits limits;
     int perftDepth = -1;
     bool perft = false;
-    bool wtimeGiven = false, btimeGiven = false, movetimeGiven = false;
+    bool wtimeGiven = false, btimeGiven = false;
     std::string token;
     while (rest >> token) {
         if (token == "perft") perft = read_number(rest, token, perftDepth) || perft;
@@ -129,18 +129,18 @@ void cmd_go(Board& board, std::istringstream& rest) {
         else if (token == "btime") btimeGiven = read_number(rest, token, limits.btime) || btimeGiven;
         else if (token == "winc") read_number(rest, token, limits.winc);
         else if (token == "binc") read_number(rest, token, limits.binc);
-        else if (token == "movetime") movetimeGiven = read_number(rest, token, limits.movetime) || movetimeGiven;
+        else if (token == "movetime") read_number(rest, token, limits.movetime);
         else if (token == "movestogo") read_number(rest, token, limits.movestogo);
         else if (token == "nodes") read_number(rest, token, limits.nodes);
         else if (token == "ponder") limits.ponder = true;
     }
     // A clock below zero has flagged (some GUIs send one when lag ate the
-    // last milliseconds), and a negative move time leaves no time either:
-    // answer at once, with the one-ply search that still sees a hanging
-    // piece or a mate in one, rather than search without any limit.
+    // last milliseconds): answer at once, with the one-ply search that
+    // still sees a hanging piece or a mate in one, rather than search
+    // without any limit. Only a clock sent on the line counts; one left out
+    // keeps its meaning of "not given".
     const bool whiteToMove = board.side_to_move() == WHITE;
     if ((whiteToMove ? wtimeGiven : btimeGiven) && (whiteToMove ? limits.wtime : limits.btime) < 0) limits.depth = 1;
-    if (movetimeGiven && limits.movetime < 0) limits.depth = 1;
     // Kings missing or doubled, pawns on a back rank, the side not to move
     // in check: no search can play such a position, and any move would be
     // nonsense to the GUI.
