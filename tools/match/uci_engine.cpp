@@ -89,6 +89,18 @@ Reply UciEngine::think(const std::string& position, const std::string& go, Stead
     }
     std::string line;
     for (;;) {
+        // Checked before every read, not only when the engine is silent: an
+        // engine that keeps printing info lines must still lose on time.
+        if (interrupted.load(std::memory_order_relaxed)) {
+            reply.kind = Reply::Kind::Interrupted;
+            abandon_search();
+            break;
+        }
+        if (SteadyClock::now() >= deadline) {
+            reply.kind = Reply::Kind::Timeout;
+            abandon_search();
+            break;
+        }
         const auto slice = std::min(deadline, SteadyClock::now() + InterruptPoll);
         const ReadStatus status = process_.read_line(line, slice);
         if (status == ReadStatus::Closed) {
@@ -96,17 +108,7 @@ Reply UciEngine::think(const std::string& position, const std::string& go, Stead
             reply.detail = process_.collect_exit();
             break;
         }
-        if (status == ReadStatus::Timeout) {
-            if (interrupted.load(std::memory_order_relaxed)) {
-                reply.kind = Reply::Kind::Interrupted;
-                abandon_search();
-                break;
-            }
-            if (SteadyClock::now() < deadline) continue;
-            reply.kind = Reply::Kind::Timeout;
-            abandon_search();
-            break;
-        }
+        if (status == ReadStatus::Timeout) continue;
         if (line.rfind("info", 0) == 0) {
             if (auto s = parse_score(line)) reply.score = s;
         } else if (line == "bestmove" || line.rfind("bestmove ", 0) == 0) {
