@@ -37,20 +37,13 @@ std::optional<int> parse_score(const std::string& infoLine) {
     return std::nullopt;
 }
 
-bool UciEngine::wait_for(const std::string& token, SteadyClock::time_point deadline) {
-    std::string line;
-    while (process_.read_line(line, deadline) == ReadStatus::Line)
-        if (line == token || line.rfind(token + " ", 0) == 0) return true;
-    return false;
-}
-
 bool UciEngine::start(std::string& error) {
     if (!process_.start(setup_.argv, setup_.dir)) {
         error = "cannot start " + setup_.argv.front() + (setup_.dir.empty() ? "" : " in " + setup_.dir);
         return false;
     }
     const auto deadline = SteadyClock::now() + StartupTimeout;
-    if (!process_.send("uci", deadline) || !wait_for("uciok", deadline)) {
+    if (!process_.send("uci", deadline) || !process_.wait_for("uciok", deadline)) {
         error = "no uciok from " + setup_.name;
         process_.terminate();
         return false;
@@ -67,7 +60,7 @@ bool UciEngine::prepare_game(std::string& error) {
         // A `stop` first settles a search left running after a time loss;
         // its late bestmove is skipped while waiting for readyok.
         if ((!needsResync_ || process_.send("stop", deadline)) && process_.send("ucinewgame", deadline) &&
-            process_.send("isready", deadline) && wait_for("readyok", deadline)) {
+            process_.send("isready", deadline) && process_.wait_for("readyok", deadline)) {
             needsResync_ = false;
             return true;
         }
