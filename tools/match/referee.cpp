@@ -8,10 +8,10 @@
 #include "core/attacks.h"
 #include "core/notation.h"
 #include "core/position_check.h"
+#include "core/zobrist.h"
 #include "movegen/movegen.h"
 #include "sts/san.h"
 #include "tablebase/syzygy.h"
-#include "core/zobrist.h"
 #include "tablebase/tbprobe.h"
 
 using namespace morvane;
