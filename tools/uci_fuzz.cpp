@@ -30,16 +30,24 @@
 #include "core/attacks.h"
 #include "core/notation.h"
 #include "core/zobrist.h"
+#include "common/engine_process.h"
 #include "movegen/movegen.h"
-
-#define MORVANE_EXE ""
-#include "../tests/support/engine_process.h"
 
 using namespace morvane;
 
 namespace {
 
 constexpr int AnswerMs = 20000;  // sanitizer builds are slow; a hang is far longer
+
+SteadyClock::time_point answer_deadline(int ms = AnswerMs) {
+    return SteadyClock::now() + std::chrono::milliseconds(ms);
+}
+
+std::unique_ptr<EngineProcess> start_engine(const char* program) {
+    auto engine = std::make_unique<EngineProcess>();
+    engine->start({program}, "");
+    return engine;
+}
 
 const char* const Words[] = {
     "uci",       "isready",  "position", "startpos",   "fen",      "moves",     "go",          "depth",
@@ -226,46 +234,46 @@ int main(int argc, char** argv) {
     for (int i = 0; i < 8; ++i) configs.push_back(write_config(rng, dir, i));
 
     long lines = 0, crashes = 0, hangs = 0;
-    auto engine = std::make_unique<test::EngineProcess>(argv[1]);
+    auto engine = start_engine(argv[1]);
     int round = 0;
     for (; round < rounds; ++round) {
         if (seconds > 0 && std::chrono::steady_clock::now() - start > std::chrono::seconds(seconds)) break;
         for (int k = static_cast<int>(rng() % 12) + 1; k > 0; --k, ++lines) {
             const std::string line = random_line(rng, configs);
-            engine->send(line);
+            engine->send(line, answer_deadline());
             if (line.rfind("go", 0) != 0) continue;
             // Mostly let the search run a little, then end it, so that the
             // next positions are not all refused as arriving mid-search.
             if (rng() % 4 == 0) std::this_thread::sleep_for(std::chrono::milliseconds(rng() % 30));
-            if (const auto r = rng() % 8; r < 6) engine->send(r == 0 ? "ponderhit" : "stop");
+            if (const auto r = rng() % 8; r < 6) engine->send(r == 0 ? "ponderhit" : "stop", answer_deadline());
         }
         // Whatever was started ends on "stop"; the engine must then answer,
         // and still complete a search of its own.
-        engine->send("stop");
-        engine->send("isready");
-        bool alive = engine->wait_for("readyok", AnswerMs).has_value();
+        engine->send("stop", answer_deadline());
+        engine->send("isready", answer_deadline());
+        bool alive = engine->wait_for("readyok", answer_deadline()).has_value();
         if (alive && round % 3 == 0) {
             for (const std::string& line : deep_search(rng, configs)) {
-                engine->send(line);
+                engine->send(line, answer_deadline());
                 ++lines;
             }
-            alive = engine->wait_for("bestmove ", AnswerMs).has_value();
+            alive = engine->wait_for("bestmove ", answer_deadline()).has_value();
         }
         if (alive) {
-            engine->send("position startpos moves e2e4");
-            engine->send("go depth 2");
-            alive = engine->wait_for("bestmove ", AnswerMs).has_value();
+            engine->send("position startpos moves e2e4", answer_deadline());
+            engine->send("go depth 2", answer_deadline());
+            alive = engine->wait_for("bestmove ", answer_deadline()).has_value();
         }
         if (!alive) {
-            const auto status = engine->wait_exit(2000);
+            const auto status = engine->wait_exit(answer_deadline(2000));
             ++(status ? crashes : hangs);
             std::cerr << "round " << round << ": " << (status ? "crash, status " + std::to_string(*status) : "hang")
                       << '\n';
-            engine = std::make_unique<test::EngineProcess>(argv[1]);
+            engine = start_engine(argv[1]);
         }
     }
-    engine->send("quit");
-    const auto status = engine->wait_exit(AnswerMs);
+    engine->send("quit", answer_deadline());
+    const auto status = engine->wait_exit(answer_deadline());
     if (!status || *status != 0) ++(status ? crashes : hangs);
     std::filesystem::remove_all(dir);
     std::cout << "uci_fuzz: " << round << " rounds, " << lines << " lines, " << crashes << " crashes, " << hangs

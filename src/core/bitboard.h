@@ -18,6 +18,7 @@ inline Square pop_lsb(Bitboard& b) {
 }
 constexpr bool more_than_one(Bitboard b) { return (b & (b - 1)) != 0; }
 
+constexpr Bitboard DarkSquares = 0xAA55AA55AA55AA55ULL;  // a1, c1, ..., b2, ...
 constexpr Bitboard FileABB = 0x0101010101010101ULL;
 constexpr Bitboard Rank1BB = 0xFFULL;
 constexpr Bitboard file_bb(int file) { return FileABB << file; }

@@ -371,7 +371,6 @@ Bitboard Board::pinned(Color c) const {
 }
 
 bool Board::is_insufficient_material() const {
-    constexpr Bitboard DarkSquares = 0xAA55AA55AA55AA55ULL;
     for (Color c : {WHITE, BLACK}) {
         if (pieces(c, PAWN) | pieces(c, ROOK) | pieces(c, QUEEN)) return false;
         int knights = popcount(pieces(c, KNIGHT));

@@ -19,6 +19,11 @@ void cmd_go_perft(Board& board, int depth);
 struct SearchLimits;
 struct SearchResult;
 
+// The answer when the search failed: the first legal move of the position
+// the search started from (the board is first taken back to rootPly). It
+// must itself never throw, or the process would end without any answer.
+Move fallback_move(Board& board, int rootPly) noexcept;
+
 // Starts the one search thread on the loop's own board.
 void start_search_async(Board& board, const SearchLimits& limits);
 void print_info_line(const SearchResult& r);

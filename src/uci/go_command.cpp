@@ -36,19 +36,6 @@ bool read_number(std::istringstream& in, const std::string& keyword, T& value) {
     return true;
 }
 
-// The answer when the search failed: the first legal move of the position
-// the search started from. It must itself never throw, or the process
-// would end without any answer.
-Move fallback_move(Board& board, int rootPly) noexcept {
-    try {
-        board.undo_to(rootPly);
-        ScoredMove moves[MAX_MOVES] = {};
-        return generate_legal(board, moves, false) > 0 ? moves[0].move : NULL_MOVE;
-    } catch (...) {
-        return NULL_MOVE;
-    }
-}
-
 void print_bestmove(Move best) {
     std::cout << "bestmove " << (best ? move_to_uci(best) : std::string("0000")) << std::endl;
 }
@@ -89,6 +76,16 @@ void search_thread_body(Board& board, SearchContext& ctx, SearchLimits limits) {
 }
 
 }  // namespace
+
+Move fallback_move(Board& board, int rootPly) noexcept {
+    try {
+        board.undo_to(rootPly);
+        ScoredMove moves[MAX_MOVES] = {};
+        return generate_legal(board, moves, false) > 0 ? moves[0].move : NULL_MOVE;
+    } catch (...) {
+        return NULL_MOVE;
+    }
+}
 
 void print_info_line(const SearchResult& r) {
     const std::uint64_t nps = r.time_ms ? r.nodes * 1000 / r.time_ms : r.nodes;

@@ -70,7 +70,7 @@ protected:
         return m;
     }
 
-    test::EngineProcess engine_;
+    test::EngineUnderTest engine_;
 };
 
 TEST_F(EndgamePlay, WonEndingsAreMatedWithinFiftyMoves) {

@@ -71,6 +71,31 @@ TEST(MatchEngine, EachFailureLosesWithItsReason) {
     const Verdict late = fake_plays_white(slow, quick);
     EXPECT_EQ(late.reason, "White loses on time");
     EXPECT_EQ(late.ending, Ending::TimeForfeit);
+
+    // An engine that floods its output past its clock loses on time when
+    // the clock runs out, not when it finally answers three seconds later.
+    EngineSetup chatty = fake_engine("timeout 3 yes 'info depth 1 score cp 0'; echo 'bestmove e2e4'");
+    chatty.effort = {200, 0, 0, 0};
+    UciEngine white(chatty), black(real_engine());
+    std::atomic<bool> stop{false};
+    const GameRecord talked = play_game(white, black, morvane::StartFen, {}, stop);
+    EXPECT_EQ(talked.verdict.reason, "White loses on time");
+    EXPECT_LT(talked.side[0].thinkMs, 2000);
+}
+
+TEST(MatchEngine, AFailureAgainstABareKingIsADraw) {
+    // Black has nothing left to mate with: White's illegal move, crash or
+    // fallen flag cannot be scored as a loss.
+    const std::string fen = "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1";
+    std::atomic<bool> stop{false};
+    UciEngine fake(fake_engine("echo 'bestmove e2e5'")), real(real_engine());
+    const GameRecord draw = play_game(fake, real, fen, {}, stop);
+    EXPECT_EQ(draw.verdict.outcome, Outcome::Draw);
+    EXPECT_EQ(draw.verdict.ending, Ending::RulesInfraction);
+    EXPECT_EQ(draw.verdict.reason, "White (Fake) played an illegal move e2e5; Black cannot mate");
+    // With the colours reversed the side left with the pawn can still mate.
+    const std::string blackToMove = "4k3/8/8/8/8/8/4P3/4K3 b - - 0 1";
+    EXPECT_EQ(play_game(real, fake, blackToMove, {}, stop).verdict.outcome, Outcome::WhiteWins);
 }
 
 TEST(MatchEngine, CrashedEngineIsRestartedForTheNextGame) {
@@ -154,14 +179,19 @@ TEST(MatchEngine, ScoreAdjudicationNeedsBothEnginesForEveryPly) {
         {{0, 0, 0, 0, -10, 5}, draws, Outcome::Draw},
         {{0, 0, 0, 0, -10, 11}, draws, Outcome::Ongoing},
     };
-    for (const auto& c : cases) EXPECT_EQ(score_verdict(c.trail, c.rules).outcome, c.outcome) << &c - cases;
+    for (const auto& c : cases)
+        EXPECT_EQ(score_verdict(c.trail, static_cast<int>(c.trail.size()), c.rules).outcome, c.outcome)
+            << &c - cases;
+    // A game from a book position at move 20: move 3 is long past, even
+    // though the engines have played only four plies.
+    EXPECT_EQ(score_verdict({0, 0, 0, 0}, 38 + 4, draws).outcome, Outcome::Draw);
 }
 
 TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
     MatchConfig config;
     config.engines[0] = real_engine();
     config.engines[1] = fake_engine("echo 'bestmove a1a1'");
-    config.openings = {morvane::StartFen, "4k3/8/8/8/8/8/4P3/4K3 w - - 0 1"};
+    config.openings = {morvane::StartFen, "4k3/4p3/8/8/8/8/4P3/4K3 w - - 0 1"};
     config.games = 100;
     config.concurrency = 2;
     config.sprt = SprtBounds{0, 5};

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <initializer_list>
+#include <memory>
 
 #include "match/pgn.h"
 #include "match/referee.h"
@@ -72,6 +73,69 @@ TEST(MatchReferee, StalemateMaterialAndIllegalMoves) {
     EXPECT_EQ(r.find_move(""), morvane::NULL_MOVE);
     std::string problem;
     EXPECT_FALSE(r.set_position("8/8/8/8/8/8/8/8 w - - 0 1", problem));
+}
+
+TEST(MatchReferee, DeadPositionsAreOnlyThoseNoSequenceOfMovesCanMate) {
+    const auto board = std::make_unique<morvane::Board>();
+    auto dead = [&](const char* fen) {
+        board->set_fen(fen);
+        return is_dead_position(*board);
+    };
+    EXPECT_TRUE(dead("8/8/8/4k3/8/8/8/4K3 w - - 0 1"));
+    EXPECT_TRUE(dead("8/8/8/4k3/8/8/8/4KN2 w - - 0 1"));
+    EXPECT_TRUE(dead("8/8/8/4k3/8/8/8/2B1K3 b - - 0 1"));
+    EXPECT_TRUE(dead("8/8/3b4/4k3/8/8/8/2B1K3 w - - 0 1"));   // both bishops on dark squares
+    EXPECT_TRUE(dead("8/8/8/4k3/8/8/3B4/2B1K3 w - - 0 1"));   // two dark bishops alone
+    EXPECT_FALSE(dead("8/8/2n5/4k3/8/8/8/4KN2 w - - 0 1"));   // knight against knight
+    EXPECT_FALSE(dead("8/8/2n5/4k3/8/8/8/2B1K3 w - - 0 1"));  // bishop against knight
+    EXPECT_FALSE(dead("8/8/4b3/4k3/8/8/8/2B1K3 w - - 0 1"));  // bishops on opposite colours
+    EXPECT_FALSE(dead("8/8/8/4k3/8/8/8/3NKN2 w - - 0 1"));    // two knights
+    EXPECT_FALSE(dead("8/8/8/4k3/8/8/8/2B1KB2 w - - 0 1"));   // bishops of both colours
+
+    // Who can still mate: what a forfeit is scored against.
+    board->set_fen("8/8/8/4k3/8/8/4p3/4KN2 w - - 0 1");
+    EXPECT_TRUE(can_mate(*board, morvane::WHITE));  // the knight, with the pawn's help
+    EXPECT_TRUE(can_mate(*board, morvane::BLACK));
+    board->set_fen("8/8/8/4k3/8/8/8/4KR2 w - - 0 1");
+    EXPECT_FALSE(can_mate(*board, morvane::BLACK));  // a bare king
+    board->set_fen("8/8/3b4/4k3/8/8/8/2B1K3 w - - 0 1");
+    EXPECT_FALSE(can_mate(*board, morvane::WHITE));  // bishops on one colour only
+}
+
+TEST(MatchReferee, DrawnLookingEndingsGoToTheTables) {
+    ASSERT_TRUE(init_adjudication_tables());
+    // The king takes the rook: knight against knight is not dead, so the
+    // tables, not the material rule, give the verdict.
+    Referee r = at("8/8/2n5/4k3/8/8/3r4/4KN2 w - - 0 1");
+    const Verdict v = play(r, {"e1d2"}, true);
+    EXPECT_EQ(v.outcome, Outcome::Draw);
+    EXPECT_EQ(v.reason, "endgame tables: draw");
+    Referee plain = at("8/8/2n5/4k3/8/8/3r4/4KN2 w - - 0 1");
+    EXPECT_EQ(play(plain, {"e1d2"}).outcome, Outcome::Ongoing);
+}
+
+TEST(MatchReferee, AnEnPassantRightCountsOnlyWhenTheCaptureIsLegal) {
+    // After ...c5 the b5 pawn could take en passant but for the rook on h5,
+    // which would then give check along the fifth rank: the position after
+    // the knight and king shuffles is the same one, three times.
+    const std::initializer_list<const char*> line = {"c7c5", "g1f3", "g8h8", "f3g1", "h8g8",
+                                                     "g1f3", "g8h8", "f3g1", "h8g8"};
+    Referee pinned = at("6k1/2p5/8/KP5r/8/8/8/6N1 b - - 0 1");
+    const Verdict v = play(pinned, line);
+    EXPECT_EQ(v.outcome, Outcome::Draw);
+    EXPECT_EQ(v.reason, "threefold repetition");
+    // Without the rook the capture is legal at first: only two repetitions.
+    Referee free = at("6k1/2p5/8/KP6/8/8/8/6N1 b - - 0 1");
+    EXPECT_EQ(play(free, line).outcome, Outcome::Ongoing);
+}
+
+TEST(MatchReferee, GamePliesCountFromTheRealMoveNumber) {
+    EXPECT_EQ(at("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1").game_plies(), 1);
+    Referee book = at("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
+    EXPECT_EQ(book.game_plies(), 4);
+    play(book, {"f1b5"});
+    EXPECT_EQ(book.game_plies(), 5);
+    EXPECT_EQ(at("4k3/8/8/8/8/8/4P3/4K3 w - -").game_plies(), 0);  // no counters: move 1
 }
 
 TEST(MatchReferee, EndgameTablesDecideSmallEndings) {

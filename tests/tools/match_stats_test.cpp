@@ -7,25 +7,32 @@
 
 using namespace match;
 
-TEST(MatchStats, EloIntervalAndLosFromWinsLossesDraws) {
-    // 3 wins, 1 loss, 2 draws: score 4/6, Elo -400 log10(1/2) = 120.41.
-    // Per-game variance (3 (1/3)^2 + 2 (1/6)^2 + (2/3)^2) / 6 = 5/36, so
-    // the score interval is 2/3 +- 1.96 sqrt(5/216) = [0.3685, 0.9649], or
-    // Elo [-93.6, 575.6]: half-width 334.55. LOS = Phi(2 / sqrt(4)) = 0.8413.
-    const EloEstimate e = estimate_elo({3, 1, 2});
-    EXPECT_NEAR(e.score, 2.0 / 3, 1e-12);
-    EXPECT_NEAR(e.elo, 120.412, 1e-3);
-    EXPECT_NEAR(e.margin, 334.546, 1e-3);
-    EXPECT_NEAR(e.los, 0.841345, 1e-6);
-    EXPECT_NEAR(e.drawRatio, 1.0 / 3, 1e-12);
+TEST(MatchStats, EloIntervalAndLosFromPairScores) {
+    // Pairs 1, 2, 3, 4, 2 (0 to 2 points): mean 7/12 per game, Elo
+    // 400 log10(1.4) = 58.451; pair variance 0.086806, so the score interval
+    // is 7/12 +- 1.96 sqrt(0.086806 / 12) = [0.41663, 0.75003], or Elo
+    // [-58.90, 190.45]: half-width 124.676. LOS = Phi(0.08333 / 0.085052).
+    const EloEstimate e = estimate_elo(Pentanomial{1, 2, 3, 4, 2});
+    EXPECT_NEAR(e.score, 7.0 / 12, 1e-12);
+    EXPECT_NEAR(e.elo, 58.451, 1e-3);
+    EXPECT_NEAR(e.margin, 124.676, 1e-3);
+    EXPECT_NEAR(e.los, 0.836407, 1e-6);
 
-    const EloEstimate even = estimate_elo({5, 5, 10});
-    EXPECT_NEAR(even.elo, 0, 1e-9);
-    EXPECT_NEAR(even.los, 0.5, 1e-12);
+    // Ten pairs each won by one side (2-0 or 0-2): as twenty independent
+    // games they would give +-163 Elo; the pairs say the results depend on
+    // the opening, and the interval is about sqrt(2) times wider.
+    EXPECT_NEAR(estimate_elo(Pentanomial{5, 0, 0, 0, 5}).margin, 251.777, 1e-3);
+    // Every pair split 1-1: the openings decide everything, no spread.
+    EXPECT_NEAR(estimate_elo(Pentanomial{0, 0, 10, 0, 0}).margin, 0, 1e-12);
+    EXPECT_NEAR(estimate_elo(Pentanomial{0, 0, 10, 0, 0}).los, 0.5, 1e-12);
     // A clean sweep has no finite Elo; nothing must turn into NaN.
-    EXPECT_TRUE(std::isinf(estimate_elo({4, 0, 0}).elo));
-    EXPECT_TRUE(std::isinf(estimate_elo({0, 4, 0}).margin));
-    EXPECT_FALSE(std::isnan(estimate_elo({0, 0, 0}).los));
+    EXPECT_TRUE(std::isinf(estimate_elo(Pentanomial{0, 0, 0, 0, 3}).elo));
+    EXPECT_TRUE(std::isinf(estimate_elo(Pentanomial{3, 0, 0, 0, 0}).margin));
+    EXPECT_FALSE(std::isnan(estimate_elo(Pentanomial{}).los));
+
+    const Wdl wdl{3, 1, 2};
+    EXPECT_NEAR(wdl.score(), 2.0 / 3, 1e-12);
+    EXPECT_NEAR(wdl.draw_ratio(), 1.0 / 3, 1e-12);
 }
 
 TEST(MatchStats, SprtLogLikelihoodRatioOfPairCounts) {

@@ -28,7 +28,7 @@ bool is_legal(const std::string& fen, const std::string& bestmoveLine) {
 // The handshake, then each limit a GUI sets: a depth, a node count, a move
 // time and a clock, each ending its search by itself and in time.
 TEST(Protocol, HandshakeAndEachKindOfLimit) {
-    test::EngineProcess engine;
+    test::EngineUnderTest engine;
     engine.send("uci");
     ASSERT_TRUE(engine.wait_for("uciok", test::StartupMs));
     ASSERT_TRUE(engine.ready());
@@ -67,7 +67,7 @@ TEST(Protocol, HandshakeAndEachKindOfLimit) {
 }
 
 TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
-    test::EngineProcess engine;
+    test::EngineUnderTest engine;
     ASSERT_TRUE(engine.ready());
     engine.send("go infinite");
     engine.send("isready");
@@ -96,7 +96,7 @@ TEST(Protocol, InfiniteSearchStopsAtOnceAndRefusesMeanwhile) {
 // move is still given, and the engine exits cleanly.
 TEST(Protocol, QuitOrEndOfInputDuringSearchGivesBestmoveThenExits) {
     for (const bool quit : {true, false}) {
-        test::EngineProcess engine;
+        test::EngineUnderTest engine;
         ASSERT_TRUE(engine.ready());
         engine.send("go infinite");
         std::this_thread::sleep_for(std::chrono::milliseconds(200));
@@ -110,7 +110,7 @@ TEST(Protocol, QuitOrEndOfInputDuringSearchGivesBestmoveThenExits) {
 }
 
 TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
-    test::EngineProcess engine;
+    test::EngineUnderTest engine;
     engine.send("position fen 7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");  // stalemate
     engine.send("go depth 3");
     EXPECT_EQ(engine.wait_for("bestmove ", 10000), "bestmove 0000");
@@ -128,7 +128,7 @@ TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
 
 // Games of a thousand plies and clocks of absurd size still get legal moves.
 TEST(Protocol, ThousandPlyGamesAndAbsurdClocksStillGetLegalAnswers) {
-    test::EngineProcess engine;
+    test::EngineUnderTest engine;
     ASSERT_TRUE(engine.ready());
     // 1,100 plies of knights going back and forth: the start position again,
     // White to move, well past the board's history tables.
@@ -161,7 +161,7 @@ TEST(Protocol, ThousandPlyGamesAndAbsurdClocksStillGetLegalAnswers) {
 }
 
 TEST(Protocol, PonderingAnswersOnlyAfterPonderhitOrStop) {
-    test::EngineProcess engine;
+    test::EngineUnderTest engine;
     ASSERT_TRUE(engine.ready());
     engine.send("position startpos moves e2e4");
     engine.send("go ponder movetime 300");

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <chrono>
+#include <memory>
 #include <random>
 #include <sstream>
 #include <thread>
@@ -220,4 +221,24 @@ TEST_F(UciLoop, GoValuesMustBeWholeNumbersAndNoTimeLeftAnswersAtOnce) {
             EXPECT_NE(test::find_move(check, move), NULL_MOVE) << go << ": " << move;
         }
     }
+}
+
+// A search that throws leaves the board somewhere inside its tree, moves
+// and null moves made; the answer must come from the position the search
+// started from, and a position without moves answers with the null move.
+TEST(FallbackMove, AnswersFromTheRootWhereverTheSearchStopped) {
+    const auto board = std::make_unique<Board>();
+    board->set_fen("7k/8/8/8/8/8/6q1/K7 w - - 0 1");  // White's king has one move
+    const std::uint64_t rootKey = board->key();
+    const int rootPly = board->ply();
+    board->do_move(test::find_move(*board, "a1b1"));
+    board->do_move(test::find_move(*board, "g2g3"));
+    board->do_null_move();
+    const Move m = fallback_move(*board, rootPly);
+    EXPECT_EQ(board->key(), rootKey);
+    EXPECT_EQ(board->ply(), rootPly);
+    EXPECT_EQ(m, test::find_move(*board, "a1b1"));
+
+    board->set_fen("7k/8/8/8/8/8/5q2/7K w - - 0 1");  // stalemate
+    EXPECT_EQ(fallback_move(*board, board->ply()), NULL_MOVE);
 }

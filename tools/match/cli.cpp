@@ -280,9 +280,11 @@ Options:
 Opening generation: --make-openings N plays random 8-ply lines from the
 start position with seed --seed, keeps the positions a depth --depth
 (default 6) search of the engine scores within 50 centipawns, drops
-repeated positions, and writes N of them to --out as EPD.
+repeated positions, and writes N of them to --out as FEN (with the move
+number they stand at, which draw adjudication counts from).
 
-A crash, a hang, an illegal or unreadable move loses the game; Ctrl-C stops
+A crash, a hang, an illegal or unreadable move, or a fallen flag loses the
+game (draws it when the opponent cannot mate by any means); Ctrl-C stops
 the match, keeping the PGN written so far, and prints the summary.
 )";
 }

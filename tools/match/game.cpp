@@ -23,13 +23,18 @@ bool last_plies_all(const ScoreTrail& trail, int plies, auto&& test) {
     return true;
 }
 
-Verdict loss_of(Color loser, Ending ending, const std::string& why) {
-    return {loser == WHITE ? Outcome::BlackWins : Outcome::WhiteWins, ending, why};
+// A side that loses on time or forfeits loses only when its opponent could
+// still mate by some sequence of legal moves; otherwise the game is drawn.
+Verdict loss_of(const Referee& referee, Color loser, Ending ending, const std::string& why) {
+    const Color winner = loser ^ 1;
+    if (!referee.can_mate(winner))
+        return {Outcome::Draw, ending, why + "; " + (winner == WHITE ? "White" : "Black") + " cannot mate"};
+    return {winner == WHITE ? Outcome::WhiteWins : Outcome::BlackWins, ending, why};
 }
 
 }  // namespace
 
-Verdict score_verdict(const ScoreTrail& trail, const Adjudication& rules) {
+Verdict score_verdict(const ScoreTrail& trail, int gamePlies, const Adjudication& rules) {
     if (rules.resign) {
         const int plies = 2 * rules.resignMoves;
         if (last_plies_all(trail, plies, [&](int s) { return s >= rules.resignScore; }))
@@ -37,7 +42,7 @@ Verdict score_verdict(const ScoreTrail& trail, const Adjudication& rules) {
         if (last_plies_all(trail, plies, [&](int s) { return s <= -rules.resignScore; }))
             return {Outcome::BlackWins, Ending::Adjudication, "White resigns (both engines agree)"};
     }
-    if (rules.draw && static_cast<int>(trail.size()) >= 2 * rules.drawMoveNumber &&
+    if (rules.draw && gamePlies >= 2 * rules.drawMoveNumber &&
         last_plies_all(trail, 2 * rules.drawMoves,
                        [&](int s) { return s >= -rules.drawScore && s <= rules.drawScore; }))
         return {Outcome::Draw, Ending::Adjudication, "draw agreed by adjudication"};
@@ -85,7 +90,7 @@ GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen,
     for (Color c : {WHITE, BLACK}) {
         std::string error;
         if (!engines[c]->prepare_game(error)) {
-            record.verdict = loss_of(c, Ending::Abandoned, sideName[c] + " could not start: " + error);
+            record.verdict = loss_of(referee, c, Ending::Abandoned, sideName[c] + " could not start: " + error);
             return record;
         }
     }
@@ -111,23 +116,23 @@ GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen,
             break;
         }
         if (reply.kind == Reply::Kind::Crashed) {
-            verdict = loss_of(us, Ending::Abandoned, who + " crashed (" + reply.detail + ")");
+            verdict = loss_of(referee, us, Ending::Abandoned, who + " crashed (" + reply.detail + ")");
             break;
         }
         if (reply.kind == Reply::Kind::Timeout) {
             verdict = effort.timed()
-                          ? loss_of(us, Ending::TimeForfeit, sideName[us] + " loses on time")
-                          : loss_of(us, Ending::Abandoned,
+                          ? loss_of(referee, us, Ending::TimeForfeit, sideName[us] + " loses on time")
+                          : loss_of(referee, us, Ending::Abandoned,
                                     who + " hung: no bestmove in " + std::to_string(rules.hangTimeoutMs / 1000) + " s");
             break;
         }
         if (effort.timed() && !clocks[us].charge(reply.elapsedMs, rules.timeMarginMs)) {
-            verdict = loss_of(us, Ending::TimeForfeit, sideName[us] + " loses on time");
+            verdict = loss_of(referee, us, Ending::TimeForfeit, sideName[us] + " loses on time");
             break;
         }
         const Move move = referee.find_move(reply.move);
         if (!move) {
-            verdict = loss_of(us, Ending::RulesInfraction,
+            verdict = loss_of(referee, us, Ending::RulesInfraction,
                               who + (looks_like_move(reply.move) ? " played an illegal move " + reply.move
                                                                  : " sent an unreadable move '" + reply.move + "'"));
             break;
@@ -135,7 +140,7 @@ GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen,
         referee.play(move);
         trail.push_back(reply.score ? std::optional<int>(us == WHITE ? *reply.score : -*reply.score) : std::nullopt);
         verdict = referee.verdict(rules.tables);
-        if (verdict.outcome == Outcome::Ongoing) verdict = score_verdict(trail, rules);
+        if (verdict.outcome == Outcome::Ongoing) verdict = score_verdict(trail, referee.game_plies(), rules);
     }
     record.verdict = verdict;
     record.sanMoves = referee.san_moves();

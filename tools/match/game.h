@@ -18,17 +18,20 @@ struct Adjudication {
     // one side is at least `resignScore` centipawns ahead.
     bool resign = false;
     int resignMoves = 3, resignScore = 1000;
-    // Draw: from move `drawMoveNumber` on, both engines report at most
+    // Draw: from move `drawMoveNumber` of the game (counted from its first
+    // move, book moves included) on, both engines report at most
     // `drawScore` either way for `drawMoves` moves each in a row.
     bool draw = false;
     int drawMoveNumber = 40, drawMoves = 8, drawScore = 10;
     bool tables = true;
-    std::int64_t timeMarginMs = 100;     // lateness tolerated before a loss on time
+    std::int64_t timeMarginMs = 100;     // lateness tolerated, over the whole game, before a loss on time
     std::int64_t hangTimeoutMs = 60000;  // fixed nodes or depth: longest wait for bestmove
 };
 
 // The runner's clock for one side: time left, charged with the wall time
-// from go to bestmove, credited with the increment after each move.
+// from go to bestmove, credited with the increment after each move. A move
+// that ends inside the margin leaves the clock negative, and that debt is
+// carried: over the whole game the margin is granted once.
 class GameClock {
 public:
     GameClock(std::int64_t baseMs, std::int64_t incMs) : leftMs_(baseMs), incMs_(incMs) {}
@@ -60,8 +63,9 @@ struct GameRecord {
 // reported none.
 using ScoreTrail = std::vector<std::optional<int>>;
 
-// The resign or draw adjudication the scores call for, if any.
-Verdict score_verdict(const ScoreTrail& trail, const Adjudication& rules);
+// The resign or draw adjudication the scores call for, if any; gamePlies
+// counts the half-moves of the whole game, book moves included.
+Verdict score_verdict(const ScoreTrail& trail, int gamePlies, const Adjudication& rules);
 
 GameRecord play_game(UciEngine& white, UciEngine& black, const std::string& fen, const Adjudication& rules,
                      const std::atomic<bool>& interrupted);

@@ -31,10 +31,10 @@ double mean_clock_left_ms(const EngineTotals& t) {
 }
 
 std::string progress_line(const MatchSummary& s, const MatchConfig& config) {
-    const EloEstimate e = estimate_elo(s.wdl);
+    const EloEstimate e = estimate_elo(s.pairs);
     std::ostringstream line;
     line << std::fixed << std::setprecision(1) << "Games " << s.wdl.games() << '/' << config.games << "  +"
-         << s.wdl.wins << " -" << s.wdl.losses << " =" << s.wdl.draws << "  " << 100 * e.score << "%  Elo " << e.elo
+         << s.wdl.wins << " -" << s.wdl.losses << " =" << s.wdl.draws << "  " << 100 * s.wdl.score() << "%  Elo " << e.elo
          << " +- " << e.margin;
     if (config.sprt)
         line << std::setprecision(2) << "  LLR " << s.llr << " [" << config.sprt->lower() << ", "
@@ -144,7 +144,7 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
 }
 
 void print_summary(const MatchSummary& s, const MatchConfig& config, std::ostream& out) {
-    const EloEstimate e = estimate_elo(s.wdl);
+    const EloEstimate e = estimate_elo(s.pairs);
     const std::string& first = config.engines[0].name;
     const std::string& second = config.engines[1].name;
     const int hours = static_cast<int>(s.seconds / 3600), minutes = static_cast<int>(s.seconds / 60) % 60,
@@ -157,9 +157,9 @@ void print_summary(const MatchSummary& s, const MatchConfig& config, std::ostrea
         << (s.interrupted ? ", interrupted" : "") << '\n'
         << std::setprecision(1);
     out << "Wins/losses/draws of " << first << ": " << s.wdl.wins << " / " << s.wdl.losses << " / " << s.wdl.draws
-        << ",  score " << 100 * e.score << " %\n";
+        << ",  score " << 100 * s.wdl.score() << " %\n";
     out << "Elo difference: " << e.elo << " +/- " << e.margin << " (95 %),  LOS " << 100 * e.los << " %,  draw ratio "
-        << 100 * e.drawRatio << " %\n";
+        << 100 * s.wdl.draw_ratio() << " %\n";
     out << "Pentanomial pairs (0, 1/2, 1, 3/2, 2 points): " << s.pairs[0] << ", " << s.pairs[1] << ", " << s.pairs[2]
         << ", " << s.pairs[3] << ", " << s.pairs[4] << '\n';
     if (config.sprt) {

@@ -22,12 +22,13 @@ namespace {
 
 bool is_number(const std::string& s) { return !s.empty() && s.find_first_not_of("0123456789") == std::string::npos; }
 
-// The four position fields of a FEN, as the EPD line writes them.
-std::string epd_of(const Board& board) {
+// The position after `plies` half-moves from the start position, with the
+// move counters a game from it needs: its real move number, not 1.
+std::string fen_after(const Board& board, int plies) {
     std::istringstream in(board.fen());
-    std::string f[4];
-    in >> f[0] >> f[1] >> f[2] >> f[3];
-    return f[0] + ' ' + f[1] + ' ' + f[2] + ' ' + f[3];
+    std::string f[5];
+    in >> f[0] >> f[1] >> f[2] >> f[3] >> f[4];
+    return f[0] + ' ' + f[1] + ' ' + f[2] + ' ' + f[3] + ' ' + f[4] + ' ' + std::to_string(1 + plies / 2);
 }
 
 }  // namespace
@@ -95,7 +96,7 @@ int generate_openings(const OpeningRecipe& recipe, std::ostream& out, std::ostre
         limits.depth = recipe.depth;
         const SearchResult result = iterative_deepening(*board, *ctx, limits, nullptr);
         if (result.score < -recipe.maxScore || result.score > recipe.maxScore) continue;
-        out << epd_of(*board) << '\n';
+        out << fen_after(*board, recipe.plies) << '\n';
         if (++written % 250 == 0) log << written << " openings from " << tried << " random lines\n";
     }
     log << written << " openings from " << tried << " random lines\n";

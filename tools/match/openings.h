@@ -26,7 +26,8 @@ struct OpeningRecipe {
     std::uint64_t seed = 1;
 };
 
-// Writes `recipe.count` distinct balanced positions to out as EPD lines;
+// Writes `recipe.count` distinct balanced positions to out as FEN lines
+// carrying their real move counters;
 // returns how many were written. Progress goes to log.
 int generate_openings(const OpeningRecipe& recipe, std::ostream& out, std::ostream& log);
 

@@ -1,9 +1,14 @@
 #include "match/referee.h"
 
+#include <algorithm>
+#include <cctype>
 #include <mutex>
+#include <sstream>
 
+#include "core/attacks.h"
 #include "core/notation.h"
 #include "core/position_check.h"
+#include "core/zobrist.h"
 #include "movegen/movegen.h"
 #include "sts/san.h"
 #include "tablebase/syzygy.h"
@@ -45,7 +50,65 @@ Verdict tablebase_verdict(const Board& b) {
     return {Outcome::Draw, Ending::Adjudication, "endgame tables: draw"};
 }
 
+// Half-moves before the position from its FEN's move number; 0 when the
+// FEN carries none.
+int plies_before(const std::string& fen, Color toMove) {
+    std::istringstream in(fen);
+    std::string field[6];
+    for (auto& f : field) in >> f;
+    int moveNumber = 1;
+    if (!field[5].empty() && std::all_of(field[5].begin(), field[5].end(), ::isdigit) && field[5].size() < 6)
+        moveNumber = std::max(std::stoi(field[5]), 1);
+    return 2 * (moveNumber - 1) + (toMove == BLACK ? 1 : 0);
+}
+
+bool legal_en_passant_exists(Board& b) {
+    if (b.state().epSquare == NO_SQUARE) return false;
+    ScoredMove list[MAX_MOVES];
+    const int n = generate_legal(b, list, false);
+    for (int i = 0; i < n; ++i)
+        if (move_flag(list[i].move) == FLAG_EN_PASSANT) return true;
+    return false;
+}
+
 }  // namespace
+
+bool can_mate(const Board& b, Color side) {
+    const Color them = side ^ 1;
+    if (b.pieces(side, PAWN) | b.pieces(side, ROOK) | b.pieces(side, QUEEN)) return true;
+    const Bitboard knights = b.pieces(side, KNIGHT), bishops = b.pieces(side, BISHOP);
+    const bool bishopsOnOneColour = !(bishops & DarkSquares) || !(bishops & ~DarkSquares);
+    if (!knights && !bishops) return false;
+    if (!knights && bishopsOnOneColour) {
+        // Such bishops reach only one colour; the mated king's flight
+        // squares of the other colour must be filled by its own men that
+        // cannot step into the line of check: a pawn, a knight, or a bishop
+        // of the other colour.
+        const Bitboard blockers = b.pieces(them, PAWN) | b.pieces(them, KNIGHT) |
+                                  (b.pieces(them, BISHOP) & (bishops & DarkSquares ? ~DarkSquares : DarkSquares));
+        return blockers != 0;
+    }
+    // A lone knight mates only a king hemmed in by its own men.
+    if (!bishops && !more_than_one(knights)) return (b.pieces(them) & ~b.pieces(them, KING)) != 0;
+    return true;
+}
+
+bool is_dead_position(const Board& b) { return !can_mate(b, WHITE) && !can_mate(b, BLACK); }
+
+bool Referee::can_mate(Color side) const { return match::can_mate(*board_, side); }
+
+std::uint64_t Referee::repetition_key() {
+    Board& b = *board_;
+    std::uint64_t key = b.key();
+    // The engine hashes an en-passant right whenever a pawn stands beside
+    // the double-stepped pawn; the laws count it only when the capture is
+    // legal (the capturing pawn not pinned, the king not left in check).
+    const int ep = b.state().epSquare;
+    if (ep != NO_SQUARE && (pawnAtt[b.side_to_move() ^ 1][ep] & b.pieces(b.side_to_move(), PAWN)) &&
+        !legal_en_passant_exists(b))
+        key ^= zEnPassantFile[file_of(ep)];
+    return key;
+}
 
 bool init_adjudication_tables() {
     std::lock_guard lock(g_tableMutex);
@@ -58,7 +121,8 @@ bool Referee::set_position(const std::string& fen, std::string& problem) {
     problem = position_problem(*board_);
     if (!problem.empty()) return false;
     startFen_ = fen;
-    keys_.assign(1, board_->key());
+    bookPlies_ = plies_before(fen, board_->side_to_move());
+    keys_.assign(1, repetition_key());
     uciMoves_.clear();
     sanMoves_.clear();
     return true;
@@ -76,7 +140,7 @@ void Referee::play(Move move) {
     sanMoves_.push_back(move_to_san(*board_, move));
     board_->do_move(move);
     uciMoves_.push_back(move_to_uci(move));
-    keys_.push_back(board_->key());
+    keys_.push_back(repetition_key());
 }
 
 Verdict Referee::verdict(bool useTables) {
@@ -90,7 +154,9 @@ Verdict Referee::verdict(bool useTables) {
                     whiteToMove ? "Black mates" : "White mates"};
         return {Outcome::Draw, Ending::Normal, "stalemate"};
     }
-    if (b.is_insufficient_material()) return {Outcome::Draw, Ending::Normal, "insufficient material"};
+    // Before the tables: only a truly dead position is drawn here, so that
+    // knight against knight and the like reach the tables' verdict.
+    if (is_dead_position(b)) return {Outcome::Draw, Ending::Normal, "insufficient material"};
     // Positions before the last capture or pawn move can never come back.
     const int reach = std::min<int>(b.state().halfmove, static_cast<int>(keys_.size()) - 1);
     int seen = 0;

@@ -1,8 +1,8 @@
 // The arbiter of one game: holds the position with the engine library's own
 // board, accepts only legal moves, and applies the rules that end a game
 // without anyone resigning: checkmate, stalemate, threefold repetition over
-// the whole game, the fifty-move rule, insufficient material, and
-// optionally the engine's endgame tables.
+// the whole game, the fifty-move rule, dead positions, and optionally the
+// engine's endgame tables.
 #pragma once
 
 #include <cstdint>
@@ -36,6 +36,10 @@ public:
 
     morvane::Color side_to_move() const { return board_->side_to_move(); }
 
+    // Whether some sequence of legal moves, however poor the defence, ends
+    // with `side` mating: what a loss on time or a forfeit needs to count.
+    bool can_mate(morvane::Color side) const;
+
     // The legal move written in UCI notation as `text`, or the null move.
     morvane::Move find_move(const std::string& text);
 
@@ -51,15 +55,27 @@ public:
     const std::vector<std::string>& uci_moves() const { return uciMoves_; }
     const std::vector<std::string>& san_moves() const { return sanMoves_; }
     int plies() const { return static_cast<int>(uciMoves_.size()); }
+    // Half-moves since move 1 of the whole game, the book moves included, as
+    // the starting FEN's move number tells them.
+    int game_plies() const { return bookPlies_ + plies(); }
     std::string position_command() const;
 
 private:
     // The board is large (its history stacks); one per game, on the heap.
     std::unique_ptr<morvane::Board> board_ = std::make_unique<morvane::Board>();
     std::string startFen_;
-    std::vector<std::uint64_t> keys_;  // every position of the game, in order
+    int bookPlies_ = 0;
+    // Every position of the game, in order, keyed so that an en-passant
+    // right counts only when the capture is legal.
+    std::vector<std::uint64_t> keys_;
+    std::uint64_t repetition_key();
     std::vector<std::string> uciMoves_, sanMoves_;
 };
+
+// Neither side can mate by any sequence of legal moves: bare kings, a
+// single minor piece, or bishops that all stand on squares of one colour.
+bool is_dead_position(const morvane::Board& board);
+bool can_mate(const morvane::Board& board, morvane::Color side);
 
 // Loads the engine's embedded endgame tables for adjudication; false when
 // none are usable.

@@ -19,24 +19,29 @@ double elo_from_score(double score) {
 
 double score_from_elo(double elo) { return 1.0 / (1.0 + std::pow(10.0, -elo / 400.0)); }
 
-EloEstimate estimate_elo(const Wdl& wdl) {
+EloEstimate estimate_elo(const Pentanomial& pairs) {
     EloEstimate e;
-    const double n = static_cast<double>(wdl.games());
+    double n = 0, mean = 0;
+    for (int k = 0; k < 5; ++k) {
+        n += static_cast<double>(pairs[k]);
+        mean += static_cast<double>(pairs[k]) * (k / 4.0);  // a pair scores 0, 1/4, ..., 1 per game
+    }
     if (n == 0) return e;
-    const double w = wdl.wins / n, l = wdl.losses / n, d = wdl.draws / n;
-    e.score = w + d / 2;
-    e.elo = elo_from_score(e.score);
-    e.drawRatio = d;
-    // Per-game variance of the points, then the interval of the mean score
-    // mapped through the Elo curve (not symmetric in Elo, hence the half-width).
-    const double variance = w * (1 - e.score) * (1 - e.score) + d * (0.5 - e.score) * (0.5 - e.score) +
-                            l * e.score * e.score;
-    const double spread = Z95 * std::sqrt(variance / n);
+    mean /= n;
+    double variance = 0;
+    for (int k = 0; k < 5; ++k) variance += static_cast<double>(pairs[k]) * (k / 4.0 - mean) * (k / 4.0 - mean);
+    variance /= n;
+    e.score = mean;
+    e.elo = elo_from_score(mean);
+    // The interval of the mean score mapped through the Elo curve (not
+    // symmetric in Elo, hence the half-width).
+    const double deviation = std::sqrt(variance / n);
+    const double spread = Z95 * deviation;
     // A clean sweep says nothing about how large the difference is.
-    e.margin = e.score <= 0 || e.score >= 1 ? std::numeric_limits<double>::infinity()
-                                            : (elo_from_score(e.score + spread) - elo_from_score(e.score - spread)) / 2;
-    const double decisive = static_cast<double>(wdl.wins + wdl.losses);
-    if (decisive > 0) e.los = 0.5 * (1 + std::erf((wdl.wins - wdl.losses) / std::sqrt(2 * decisive)));
+    e.margin = mean <= 0 || mean >= 1 ? std::numeric_limits<double>::infinity()
+                                      : (elo_from_score(mean + spread) - elo_from_score(mean - spread)) / 2;
+    e.los = deviation > 0 ? 0.5 * (1 + std::erf((mean - 0.5) / (deviation * std::sqrt(2.0))))
+                          : (mean > 0.5 ? 1.0 : mean < 0.5 ? 0.0 : 0.5);
     return e;
 }
 

@@ -1,8 +1,7 @@
-// Match statistics: Elo difference with its 95 % interval and the
-// likelihood of superiority from win/draw/loss counts, and the sequential
-// probability ratio test on pairs of games (the same opening played with
-// both colours), whose five possible pair scores form the pentanomial
-// distribution.
+// Match statistics on pairs of games (the same opening played with both
+// colours), whose five possible pair scores form the pentanomial
+// distribution: the Elo difference with its 95 % interval, the likelihood of
+// superiority, and the sequential probability ratio test.
 #pragma once
 
 #include <array>
@@ -13,6 +12,8 @@ namespace match {
 struct Wdl {
     std::int64_t wins = 0, losses = 0, draws = 0;
     std::int64_t games() const { return wins + losses + draws; }
+    double score() const { return games() ? (static_cast<double>(wins) + 0.5 * static_cast<double>(draws)) / static_cast<double>(games()) : 0.5; }
+    double draw_ratio() const { return games() ? static_cast<double>(draws) / static_cast<double>(games()) : 0; }
 };
 
 // Pair counts indexed by the first engine's points in the pair, doubled:
@@ -28,11 +29,12 @@ struct EloEstimate {
     double score = 0.5;  // points per game
     double elo = 0;      // logistic Elo; infinite at 0 % or 100 %
     double margin = 0;   // half-width of the 95 % interval, in Elo
-    double drawRatio = 0;
-    double los = 0.5;  // likelihood of superiority, 0..1
+    double los = 0.5;    // likelihood of superiority, 0..1
 };
 
-EloEstimate estimate_elo(const Wdl& wdl);
+// The two games of a pair share their opening, so their results are not
+// independent: the spread is that of the pair scores, not of single games.
+EloEstimate estimate_elo(const Pentanomial& pairs);
 
 struct SprtBounds {
     double elo0 = 0, elo1 = 5;  // logistic Elo

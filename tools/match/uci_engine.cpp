@@ -37,20 +37,13 @@ std::optional<int> parse_score(const std::string& infoLine) {
     return std::nullopt;
 }
 
-bool UciEngine::wait_for(const std::string& token, SteadyClock::time_point deadline) {
-    std::string line;
-    while (process_.read_line(line, deadline) == ReadStatus::Line)
-        if (line == token || line.rfind(token + " ", 0) == 0) return true;
-    return false;
-}
-
 bool UciEngine::start(std::string& error) {
     if (!process_.start(setup_.argv, setup_.dir)) {
         error = "cannot start " + setup_.argv.front() + (setup_.dir.empty() ? "" : " in " + setup_.dir);
         return false;
     }
     const auto deadline = SteadyClock::now() + StartupTimeout;
-    if (!process_.send("uci", deadline) || !wait_for("uciok", deadline)) {
+    if (!process_.send("uci", deadline) || !process_.wait_for("uciok", deadline)) {
         error = "no uciok from " + setup_.name;
         process_.terminate();
         return false;
@@ -67,7 +60,7 @@ bool UciEngine::prepare_game(std::string& error) {
         // A `stop` first settles a search left running after a time loss;
         // its late bestmove is skipped while waiting for readyok.
         if ((!needsResync_ || process_.send("stop", deadline)) && process_.send("ucinewgame", deadline) &&
-            process_.send("isready", deadline) && wait_for("readyok", deadline)) {
+            process_.send("isready", deadline) && process_.wait_for("readyok", deadline)) {
             needsResync_ = false;
             return true;
         }
@@ -89,6 +82,18 @@ Reply UciEngine::think(const std::string& position, const std::string& go, Stead
     }
     std::string line;
     for (;;) {
+        // Checked before every read, not only when the engine is silent: an
+        // engine that keeps printing info lines must still lose on time.
+        if (interrupted.load(std::memory_order_relaxed)) {
+            reply.kind = Reply::Kind::Interrupted;
+            abandon_search();
+            break;
+        }
+        if (SteadyClock::now() >= deadline) {
+            reply.kind = Reply::Kind::Timeout;
+            abandon_search();
+            break;
+        }
         const auto slice = std::min(deadline, SteadyClock::now() + InterruptPoll);
         const ReadStatus status = process_.read_line(line, slice);
         if (status == ReadStatus::Closed) {
@@ -96,17 +101,7 @@ Reply UciEngine::think(const std::string& position, const std::string& go, Stead
             reply.detail = process_.collect_exit();
             break;
         }
-        if (status == ReadStatus::Timeout) {
-            if (interrupted.load(std::memory_order_relaxed)) {
-                reply.kind = Reply::Kind::Interrupted;
-                abandon_search();
-                break;
-            }
-            if (SteadyClock::now() < deadline) continue;
-            reply.kind = Reply::Kind::Timeout;
-            abandon_search();
-            break;
-        }
+        if (status == ReadStatus::Timeout) continue;
         if (line.rfind("info", 0) == 0) {
             if (auto s = parse_score(line)) reply.score = s;
         } else if (line == "bestmove" || line.rfind("bestmove ", 0) == 0) {

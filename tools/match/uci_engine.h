@@ -9,9 +9,13 @@
 #include <utility>
 #include <vector>
 
-#include "match/engine_process.h"
+#include "common/engine_process.h"
 
 namespace match {
+
+using morvane::EngineProcess;
+using morvane::ReadStatus;
+using morvane::SteadyClock;
 
 // How much an engine may think per move: a clock (base + increment), or a
 // fixed number of nodes or a fixed depth, which the runner does not time.
@@ -66,7 +70,6 @@ public:
 
 private:
     bool start(std::string& error);
-    bool wait_for(const std::string& token, SteadyClock::time_point deadline);
 
     EngineSetup setup_;
     EngineProcess process_;

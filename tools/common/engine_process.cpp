@@ -1,4 +1,4 @@
-#include "match/engine_process.h"
+#include "common/engine_process.h"
 
 #include <fcntl.h>
 #include <poll.h>
@@ -10,7 +10,7 @@
 #include <cerrno>
 #include <thread>
 
-namespace match {
+namespace morvane {
 
 namespace {
 
@@ -31,7 +31,7 @@ std::string describe_status(int status) {
 
 }  // namespace
 
-bool EngineProcess::start(const std::vector<std::string>& argv, const std::string& dir) {
+bool EngineProcess::start(const std::vector<std::string>& argv, const std::string& dir, const std::string& errorLog) {
     terminate();
     // An engine that dies must show as a failed write, not kill the runner.
     signal(SIGPIPE, SIG_IGN);
@@ -54,14 +54,15 @@ bool EngineProcess::start(const std::vector<std::string>& argv, const std::strin
     for (const auto& a : argv) args.push_back(const_cast<char*>(a.c_str()));
     args.push_back(nullptr);
     const char* directory = dir.empty() ? nullptr : dir.c_str();
+    const char* errorPath = errorLog.empty() ? "/dev/null" : errorLog.c_str();
 
     const pid_t pid = fork();
     if (pid == 0) {
         setpgid(0, 0);
         dup2(in[0], STDIN_FILENO);
         dup2(out[1], STDOUT_FILENO);
-        const int devNull = open("/dev/null", O_WRONLY);
-        if (devNull >= 0) dup2(devNull, STDERR_FILENO);
+        const int errorFd = open(errorPath, O_WRONLY | O_CREAT | O_APPEND, 0644);
+        if (errorFd >= 0) dup2(errorFd, STDERR_FILENO);
         int error = 0;
         if (directory && chdir(directory) != 0) error = errno;
         else {
@@ -119,6 +120,36 @@ bool EngineProcess::send(const std::string& line, SteadyClock::time_point deadli
         if (ready <= 0) return false;
     }
     return true;
+}
+
+void EngineProcess::close_input() {
+    if (toChild_ >= 0) close(toChild_);
+    toChild_ = -1;
+}
+
+std::optional<std::string> EngineProcess::wait_for(const std::string& prefix, SteadyClock::time_point deadline,
+                                                   std::vector<std::string>* seen) {
+    std::string line;
+    while (read_line(line, deadline) == ReadStatus::Line) {
+        if (seen) seen->push_back(line);
+        if (line.rfind(prefix, 0) == 0) return line;
+    }
+    return std::nullopt;
+}
+
+std::optional<int> EngineProcess::wait_exit(SteadyClock::time_point deadline) {
+    if (pid_ <= 0) return std::nullopt;
+    for (;;) {
+        int status = 0;
+        if (waitpid(pid_, &status, WNOHANG) == pid_) {
+            kill(-pid_, SIGKILL);  // whatever the engine itself started
+            pid_ = -1;
+            terminate();  // closes the pipes
+            return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+        }
+        if (SteadyClock::now() >= deadline) return std::nullopt;
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
 }
 
 ReadStatus EngineProcess::read_line(std::string& line, SteadyClock::time_point deadline) {
@@ -186,4 +217,4 @@ std::string EngineProcess::terminate() {
     return describe_status(status);
 }
 
-}  // namespace match
+}  // namespace morvane
