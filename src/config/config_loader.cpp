@@ -113,7 +113,7 @@ void rescale_to_pawn_100(EngineConfig& config) {
               << " champs)\n";
 }
 
-bool load_config(const std::string& path, EngineConfig& config) {
+bool load_config(const std::string& path, EngineConfig& config, int* loadedEntries) {
     std::string content, problem;
     switch (read_regular_file(path, maxConfigBytes, content, problem)) {
         case FileRead::Missing: return false;
@@ -174,6 +174,7 @@ bool load_config(const std::string& path, EngineConfig& config) {
     if (errors) std::cerr << ", " << errors << " erreurs ignorees";
     if (problems > maxShownProblems) std::cerr << ", " << problems - maxShownProblems << " messages non affiches";
     std::cerr << ")\n";
+    if (loadedEntries) *loadedEntries = loaded;
 
     enforce_bounds(path, config);
     if (config.auto_rescale_on_load && config.material_pawn != 100) {

@@ -11,8 +11,9 @@ namespace morvane {
 // of sane size (reported), the record then unchanged; true otherwise,
 // however many entries were bad. Every problem is reported on one
 // "info string" line of standard error and skipped; past a few of them the
-// rest are only counted in the summary line.
-bool load_config(const std::string& path, EngineConfig& config);
+// rest are only counted in the summary line. loadedEntries, when given,
+// receives the number of entries applied.
+bool load_config(const std::string& path, EngineConfig& config, int* loadedEntries = nullptr);
 
 // Rescales every centipawn-valued key so that a pawn is worth exactly 100.
 void rescale_to_pawn_100(EngineConfig& config);

@@ -27,7 +27,8 @@ inline long elapsed_ms(std::chrono::steady_clock::time_point since) {
 class EngineProcess {
 public:
     // The engine under test by default; the fuzzer passes another binary.
-    explicit EngineProcess(const char* exe = MORVANE_EXE) {
+    // A workdir starts it there, as a GUI starts it in a folder of its own.
+    explicit EngineProcess(const char* exe = MORVANE_EXE, const char* workdir = nullptr) {
         int toChild[2], fromChild[2];
         if (pipe(toChild) != 0 || pipe(fromChild) != 0) return;
         pid_ = fork();
@@ -40,6 +41,7 @@ public:
             dup2(errFd, STDERR_FILENO);
             close(toChild[1]);
             close(fromChild[0]);
+            if (workdir && chdir(workdir) != 0) _exit(126);
             execl(exe, exe, static_cast<char*>(nullptr));
             _exit(127);
         }
