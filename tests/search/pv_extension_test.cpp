@@ -61,7 +61,7 @@ TEST(PvExtension, FollowsTheTableWithLegalMovesAndLeavesTheBoardAsItWas) {
     std::vector<Move> fromTable;
     extend_pv_from_tt(board, fromTable, 5);
     EXPECT_TRUE(fromTable.empty());
-    EXPECT_EQ(board.fen(), Middlegame);
+    EXPECT_EQ(board.fen(), fen);
 }
 
 TEST(PvExtension, StopsWhereTheLineRepeatsAPosition) {

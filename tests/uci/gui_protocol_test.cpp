@@ -36,8 +36,8 @@ std::vector<std::string> announcements(const char* exe, const fs::path& workdir)
     engine.send("ucinewgame");
     engine.send("position startpos");
     engine.send("go depth 1");
-    engine.send("go depth 1");  // the same game: not announced again
     EXPECT_TRUE(engine.wait_for("bestmove", test::StartupMs, &seen));
+    engine.send("go depth 1");  // the same game: not announced again
     EXPECT_TRUE(engine.wait_for("bestmove", 5000, &seen));
     std::vector<std::string> found;
     bool afterUciok = false, beforeSearch = false;
