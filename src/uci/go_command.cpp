@@ -84,8 +84,8 @@ void search_thread_body(Board& board, SearchLimits limits, bool namePonderMove) 
     const int rootPly = board.ply();
     Move best = NULL_MOVE, ponder = NULL_MOVE;
     try {
-        const SearchResult result =
-            iterative_deepening(board, limits, [&board](const SearchResult& r) { print_whole_line(board, r); });
+        const SearchResult result = iterative_deepening(
+            board, limits, [&board](const SearchResult& r) { print_whole_line(board, r); });
         best = result.best_move;
         if (namePonderMove) ponder = expected_reply(board, result);
     } catch (const std::exception& e) {
@@ -112,9 +112,9 @@ void search_thread_body(Board& board, SearchLimits limits, bool namePonderMove) 
 void print_info_line(const SearchResult& r) {
     const std::uint64_t nps = r.time_ms ? r.nodes * 1000 / r.time_ms : r.nodes;
     std::string line = "info depth " + std::to_string(r.depth) +
-                       (r.multipv ? " multipv " + std::to_string(r.multipv) : std::string()) + " score cp " + std::to_string(r.score) + " nodes " +
-                       std::to_string(r.nodes) + " nps " + std::to_string(nps) + " time " + std::to_string(r.time_ms) +
-                       " pv";
+                       (r.multipv ? " multipv " + std::to_string(r.multipv) : std::string()) + " score cp " +
+                       std::to_string(r.score) + " nodes " + std::to_string(r.nodes) + " nps " + std::to_string(nps) +
+                       " time " + std::to_string(r.time_ms) + " pv";
     for (Move m : r.pv) line += ' ' + move_to_uci(m);
     std::cout << line << std::endl;
 }

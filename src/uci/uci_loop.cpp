@@ -87,7 +87,7 @@ void uci_loop(std::istream& in) {
     // A GUI may start the engine in any folder: the file shipped beside the
     // executable, or installed with it, is found too.
     g_uciSettings.config = load_first_config(config_candidates(executable_dir()), g_config);
-    syzygy_init("");                          // the embedded tables, through the cache
+    syzygy_init("");  // the embedded tables, through the cache
     std::string line;
     while (std::getline(in, line))
         if (!execute_uci_command(board, line)) break;

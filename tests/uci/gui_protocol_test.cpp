@@ -138,8 +138,7 @@ TEST(GuiProtocol, TunedFileIsFoundWhereverTheEngineStartsAndNamedOnStdout) {
     write_file(prefix / "share" / "morvane" / "Morvane047.cfg", "null_move_reduction 3\nrfp_enabled 1\n");
     const std::string installed = (prefix / "bin" / "morvane").string();
     EXPECT_EQ(announcements(installed.c_str(), elsewhere),
-              std::vector<std::string>(2, Found + (prefix / "share/morvane/Morvane047.cfg").string() +
-                                              " (2 entrees)"));
+              std::vector<std::string>(2, Found + (prefix / "share/morvane/Morvane047.cfg").string() + " (2 entrees)"));
 
     // The working directory's own file still comes first.
     write_file(elsewhere / "Morvane047.cfg", "lmr_enabled 1\n");

@@ -34,8 +34,9 @@ TEST_F(UciLoop, HandshakeAndReadiness) {
         << io.out();
     // Then the parameter file in use (none in this process), where a GUI's
     // engine console shows it.
-    EXPECT_TRUE(io.out().ends_with("uciok\ninfo string aucun fichier Morvane047.cfg trouve (repertoire courant, "
-                                   "dossier de l'executable, dossier d'installation) : valeurs par defaut integrees\n"))
+    EXPECT_TRUE(
+        io.out().ends_with("uciok\ninfo string aucun fichier Morvane047.cfg trouve (repertoire courant, "
+                           "dossier de l'executable, dossier d'installation) : valeurs par defaut integrees\n"))
         << io.out();
     run("isready");
     EXPECT_EQ(io.out(), "readyok\n");
