@@ -210,8 +210,6 @@ TEST(GuiProtocol, PonderMoveOnlyWithTheOptionOn) {
     words >> bestmove >> best >> ponder >> reply;
     EXPECT_EQ(ponder, "ponder");
     EXPECT_TRUE(plays_legally(fen, {best, reply})) << best << ' ' << reply;
-    engine.send("setoption name Ponder value maybe");  // refused: stays on
-    EXPECT_NE(answer().find(" ponder "), std::string::npos);
     engine.send("setoption name Ponder value false");
     EXPECT_EQ(answer().find(" ponder"), std::string::npos);
 }
@@ -271,10 +269,4 @@ TEST(GuiProtocol, BenchCommandPrintsTheBenchToolsTotal) {
     EXPECT_NE(output.find("\nNodes searched: " + std::to_string(totals.nodes) + "\n"), std::string::npos) << output;
     EXPECT_NE(output.find("\nNodes/second: "), std::string::npos);
     EXPECT_NE(output.find("\nTime: "), std::string::npos);
-
-    pipe = popen(MORVANE_EXE " bench deep 2>&1", "r");
-    ASSERT_NE(pipe, nullptr);
-    while (std::fread(chunk, 1, sizeof chunk, pipe) > 0) {
-    }
-    EXPECT_NE(pclose(pipe), 0);
 }
