@@ -8,6 +8,7 @@
 #include <chrono>
 #include <cstdlib>
 #include <iostream>
+#include <memory>
 #include <string>
 
 #include "core/attacks.h"
@@ -22,6 +23,7 @@ namespace {
 
 int report_overruns(int movetimeMs) {
     Board board;
+    const auto ctx = std::make_unique<SearchContext>();
     long worst = 0;
     for (const char* fen : bench_positions()) {
         board.set_fen(fen);
@@ -29,7 +31,7 @@ int report_overruns(int movetimeMs) {
         SearchLimits limits;
         limits.movetime = movetimeMs;
         const auto start = std::chrono::steady_clock::now();
-        iterative_deepening(board, limits, nullptr);
+        iterative_deepening(board, *ctx, limits, nullptr);
         const long ms = static_cast<long>(
             std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start).count());
         worst = std::max(worst, ms - movetimeMs);

@@ -1,6 +1,7 @@
 #include "search/bench.h"
 
 #include <chrono>
+#include <memory>
 #include <ostream>
 
 #include "core/notation.h"
@@ -51,6 +52,7 @@ std::span<const char* const> bench_positions() { return BenchFens; }
 
 BenchTotals run_bench(int depth, std::ostream& out) {
     Board board;
+    const auto ctx = std::make_unique<SearchContext>();  // large: on the heap
     BenchTotals totals;
     const auto start = std::chrono::steady_clock::now();
     for (const char* fen : BenchFens) {
@@ -60,7 +62,8 @@ BenchTotals run_bench(int depth, std::ostream& out) {
         SearchLimits limits;
         limits.depth = depth;
         std::uint64_t nodes = 0;
-        const SearchResult r = iterative_deepening(board, limits, [&](const SearchResult& it) { nodes += it.nodes; });
+        const SearchResult r = iterative_deepening(board, *ctx, limits,
+                                                   [&](const SearchResult& it) { nodes += it.nodes; });
         totals.nodes += nodes;
         out << nodes << " nodes, best " << move_to_uci(r.best_move) << " score " << r.score << "  " << fen << '\n';
     }

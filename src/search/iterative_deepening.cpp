@@ -103,7 +103,7 @@ SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha,
     return result;
 }
 
-SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
+SearchResult iterative_deepening(Board& board, SearchContext& ctx, const SearchLimits& limits,
                                  const std::function<void(const SearchResult&)>& on_iteration) {
     const auto start = Clock::now();
     // The stop flag is cleared by whoever starts the search (before the
@@ -115,7 +115,6 @@ SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
     best.best_move = initial_best_move(board);
     if (!best.best_move) best.score = board.checkers() ? -MATE_SCORE : 0;
 
-    static SearchContext ctx;  // large; one search at a time
     const int maxDepth = limits.depth < 1 ? 64 : std::min(limits.depth, MAX_DEPTH);
     bool completed = false;
     std::uint64_t previousMs = 0;

@@ -38,7 +38,10 @@ struct SearchResult {
 
 using RootScores = std::vector<std::pair<Move, int>>;
 
-SearchResult iterative_deepening(Board& board, const SearchLimits& limits,
+// The caller owns the context (it is large, so keep one and reuse it); each
+// root search starts by resetting it, so nothing carries from one search to
+// the next.
+SearchResult iterative_deepening(Board& board, SearchContext& ctx, const SearchLimits& limits,
                                  const std::function<void(const SearchResult&)>& on_iteration);
 
 // One depth at the root. When rootScores is given, it receives one (move,

@@ -45,10 +45,10 @@ std::string join(const std::vector<std::string>& parts, const char* separator) {
 
 // Rank of the first expected move among all root moves re-searched at the
 // completed depth, and that move's own score.
-void rank_expected_move(Board& board, const SearchResult& result, Move expected, StsOutcome& out) {
-    auto ctx = std::make_unique<SearchContext>();
+void rank_expected_move(Board& board, SearchContext& ctx, const SearchResult& result, Move expected,
+                        StsOutcome& out) {
     RootScores scores;
-    search_root(board, *ctx, result.depth, -INFINITE_SCORE, INFINITE_SCORE, &scores);
+    search_root(board, ctx, result.depth, -INFINITE_SCORE, INFINITE_SCORE, &scores);
     std::stable_sort(scores.begin(), scores.end(), [](const auto& a, const auto& b) { return a.second > b.second; });
     out.expected_rank = 0;
     for (std::size_t i = 0; i < scores.size(); ++i)
@@ -58,8 +58,8 @@ void rank_expected_move(Board& board, const SearchResult& result, Move expected,
         }
     out.expected_eval_cp = 0;
     if (result.depth > 0) {
-        ctx->reset();
-        out.expected_eval_cp = search_root_move(board, *ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE,
+        ctx.reset();
+        out.expected_eval_cp = search_root_move(board, ctx, expected, result.depth, -INFINITE_SCORE, INFINITE_SCORE,
                                                 RootCheckExtension::EveryCheckUncounted);
     }
     out.expected_known = true;
@@ -84,7 +84,8 @@ void score_answer(Board& board, const StsPosition& pos, Move played, const std::
     out.score = std::find(expected.begin(), expected.end(), played) != expected.end() ? 10 : 0;
 }
 
-StsOutcome run_position(const StsPosition& pos, const std::string& key, int depth, long movetimeMs) {
+StsOutcome run_position(const StsPosition& pos, const std::string& key, SearchContext& ctx, int depth,
+                        long movetimeMs) {
     StsOutcome out;
     out.id = key;
     out.expected = join(pos.best_moves, " / ");
@@ -117,7 +118,7 @@ StsOutcome run_position(const StsPosition& pos, const std::string& key, int dept
     limits.depth = depth > 0 ? depth : 0;
     limits.movetime = movetimeMs > 0 ? movetimeMs : -1;
     const auto start = std::chrono::steady_clock::now();
-    const SearchResult result = iterative_deepening(board, limits, nullptr);
+    const SearchResult result = iterative_deepening(board, ctx, limits, nullptr);
     out.time_ms = static_cast<std::uint64_t>(
         std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now() - start).count() /
         1000000);
@@ -127,7 +128,7 @@ StsOutcome run_position(const StsPosition& pos, const std::string& key, int dept
     out.eval_cp = result.score;
     out.nodes = result.nodes;
     out.depth = result.depth;
-    if (!expected.empty() && played != expected.front()) rank_expected_move(board, result, expected.front(), out);
+    if (!expected.empty() && played != expected.front()) rank_expected_move(board, ctx, result, expected.front(), out);
     score_answer(board, pos, played, expected, out);
     return out;
 }
@@ -212,6 +213,7 @@ bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
     csv.flush();
 
     Totals t;
+    const auto ctx = std::make_unique<SearchContext>();
     for (const StsPosition& pos : suite) {
         ++t.analysed;
         const std::string key = pos.id.empty() ? "ligne " + std::to_string(pos.line) : pos.id;
@@ -222,7 +224,7 @@ bool run_sts_suite(const std::string& epd_path, int depth, long movetime_ms, con
             if (it->second.first == it->second.second) ++t.solved;
             continue;
         }
-        const StsOutcome o = run_position(pos, key, depth, movetime_ms);
+        const StsOutcome o = run_position(pos, key, *ctx, depth, movetime_ms);
         t.score += o.score;
         t.scoreMax += o.score_max;
         if (o.score == o.score_max) ++t.solved;

@@ -1,6 +1,7 @@
 #include <charconv>
 #include <cstdint>
 #include <iostream>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -72,6 +73,9 @@ void print_whole_line(Board& board, const SearchResult& r) {
     print_info_line(shown);
 }
 
+// The search thread's context: large, so made once, at the first "go".
+std::unique_ptr<SearchContext> g_searchContext;
+
 // Milliseconds a pondering search gets once "ponderhit" arrives, computed
 // from its "go" line before the search thread takes the board.
 std::int64_t g_ponderAllowanceMs = -1;
@@ -80,12 +84,12 @@ std::int64_t g_ponderAllowanceMs = -1;
 // The flag drops just before the answer goes out: a GUI sends its next
 // "position" and "go" as soon as it reads "bestmove", and they must not be
 // refused as if the search were still running.
-void search_thread_body(Board& board, SearchLimits limits, bool namePonderMove) {
+void search_thread_body(Board& board, SearchContext& ctx, SearchLimits limits, bool namePonderMove) {
     const int rootPly = board.ply();
     Move best = NULL_MOVE, ponder = NULL_MOVE;
     try {
         const SearchResult result = iterative_deepening(
-            board, limits, [&board](const SearchResult& r) { print_whole_line(board, r); });
+            board, ctx, limits, [&board](const SearchResult& r) { print_whole_line(board, r); });
         best = result.best_move;
         if (namePonderMove) ponder = expected_reply(board, result);
     } catch (const std::exception& e) {
@@ -128,7 +132,9 @@ void start_search_async(Board& board, const SearchLimits& limits, bool namePonde
     g_deadline.store(std::chrono::steady_clock::time_point::max(), std::memory_order_relaxed);
     g_pondering.store(limits.ponder, std::memory_order_relaxed);
     g_searching.store(true, std::memory_order_relaxed);
-    g_searchThread = std::thread(search_thread_body, std::ref(board), limits, namePonderMove);
+    if (!g_searchContext) g_searchContext = std::make_unique<SearchContext>();
+    g_searchThread = std::thread(search_thread_body, std::ref(board), std::ref(*g_searchContext), limits,
+                                 namePonderMove);
 }
 
 void cmd_go(Board& board, std::istringstream& rest) {

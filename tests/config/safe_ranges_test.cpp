@@ -37,6 +37,7 @@ TEST(SafeRanges, EveryKeyAtItsBoundsEvaluatesAndSearches) {
     const EngineConfig defaults;
     const std::vector<ConfigField> keys = all_fields(const_cast<EngineConfig&>(defaults));
     Board board;
+    const auto ctx = std::make_unique<SearchContext>();
     for (std::size_t k = 0; k < keys.size(); ++k) {
         const SafeRange range = keys[k].range;
         for (const int value : {range.min, range.max, 0}) {
@@ -54,7 +55,7 @@ TEST(SafeRanges, EveryKeyAtItsBoundsEvaluatesAndSearches) {
             for (const std::string& fen : {fens[1], fens[6], fens[8]}) {
                 board.set_fen(fen);
                 tt_clear();
-                const SearchResult r = iterative_deepening(board, limits, nullptr);
+                const SearchResult r = iterative_deepening(board, *ctx, limits, nullptr);
                 ASSERT_NE(r.best_move, NULL_MOVE) << keys[k].name << " = " << value;
             }
             // Clock arithmetic at both ends of the time range.

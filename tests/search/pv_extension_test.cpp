@@ -2,6 +2,8 @@
 // handed back untouched, no walking in circles.
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "core/notation.h"
 #include "search/pv_extension.h"
 #include "search/search.h"
@@ -28,7 +30,7 @@ TEST(PvExtension, FollowsTheTableWithLegalMovesAndLeavesTheBoardAsItWas) {
     board.set_fen(Middlegame);
     SearchLimits limits;
     limits.depth = 9;
-    const SearchResult r = iterative_deepening(board, limits, nullptr);
+    const SearchResult r = iterative_deepening(board, *std::make_unique<SearchContext>(), limits, nullptr);
     const std::string fen = board.fen();
     const std::uint64_t key = board.key();
 

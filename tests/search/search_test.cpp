@@ -20,6 +20,7 @@ class SearchTest : public ::testing::Test {
 protected:
     EngineConfig saved = g_config;
     Board board;
+    std::unique_ptr<SearchContext> ctx = std::make_unique<SearchContext>();
 
     void SetUp() override {
         tt_clear();
@@ -37,7 +38,7 @@ protected:
         tt_clear();
         SearchLimits limits;
         limits.depth = depth;
-        return iterative_deepening(board, limits, [&](const SearchResult& r) {
+        return iterative_deepening(board, *ctx, limits, [&](const SearchResult& r) {
             if (nodes) *nodes += r.nodes;
         });
     }
@@ -85,7 +86,6 @@ TEST_F(SearchTest, MatedAndStalematedRoots) {
 }
 
 TEST_F(SearchTest, DrawRules) {
-    auto ctx = std::make_unique<SearchContext>();
     auto node = [&](int depth) {
         ctx->reset();
         return negamax(board, *ctx, 1, depth, -INFINITE_SCORE, INFINITE_SCORE);
@@ -117,7 +117,6 @@ TEST_F(SearchTest, DrawRules) {
 // or a null-move mark left behind would silently change a sibling's search.
 // The variation it reports must be a playable line.
 TEST_F(SearchTest, SearchStackIsLeftCleanAndItsVariationIsLegal) {
-    auto ctx = std::make_unique<SearchContext>();
     board.set_fen("r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - 3 9");
     SearchResult r;
     // Deepening fills the table, so that singular verifications happen.

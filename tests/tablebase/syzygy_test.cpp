@@ -56,7 +56,7 @@ TEST_F(SyzygyUse, RootProbeIgnoresTheHalfMoveClockAndPlaysTheTablesMove) {
     // The root search plays the tables' move without searching it.
     SearchLimits limits;
     limits.depth = 3;
-    const SearchResult searched = iterative_deepening(b, limits, nullptr);
+    const SearchResult searched = iterative_deepening(b, *std::make_unique<SearchContext>(), limits, nullptr);
     EXPECT_EQ(searched.best_move, r.move);
     EXPECT_EQ(searched.score, 20000);
     EXPECT_EQ(searched.pv, std::vector<Move>{r.move});

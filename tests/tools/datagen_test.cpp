@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 
 #include "datagen/quiet_filter.h"
 #include "datagen/self_play.h"
@@ -15,11 +17,12 @@ using morvane::test::find_move;
 namespace {
 
 bool quiet(const std::string& fen, const std::string& best) {
-    static Board board;
-    board.set_fen(fen);
-    const Move move = find_move(board, best);
+    const auto board = std::make_unique<Board>();
+    const auto ctx = std::make_unique<SearchContext>();
+    board->set_fen(fen);
+    const Move move = find_move(*board, best);
     EXPECT_NE(move, NULL_MOVE) << best << " in " << fen;
-    return is_quiet_position(board, move);
+    return is_quiet_position(*board, *ctx, move);
 }
 
 std::optional<double> result_of(const std::string& fen) {
@@ -46,7 +49,7 @@ TEST(QuietFilter, KeepsOnlyPositionsTheStaticEvaluationCanJudge) {
     Board board;
     SearchLimits limits;
     limits.nodes = 300;
-    iterative_deepening(board, limits, nullptr);
+    iterative_deepening(board, *std::make_unique<SearchContext>(), limits, nullptr);
     ASSERT_TRUE(g_abort.load());
     EXPECT_TRUE(quiet("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3", "f1b5"));
 }
@@ -99,11 +102,12 @@ TEST(SelfPlay, GamesAreReproducibleAndTheirLinesReadBackAsTrainingData) {
     settings.maxPlies = 60;
     auto play = [&](std::uint64_t seed) {
         Board board;
+        const auto ctx = std::make_unique<SearchContext>();
         std::mt19937_64 rng(seed);
         std::optional<GameRecord> game;
         while (!game) {
             board.set_fen(StartFen);
-            game = play_game(board, rng, settings);
+            game = play_game(board, *ctx, rng, settings);
         }
         return *game;
     };

@@ -6,7 +6,7 @@
 
 namespace morvane {
 
-bool is_quiet_position(Board& board, Move best) {
+bool is_quiet_position(Board& board, SearchContext& ctx, Move best) {
     if (board.checkers()) return false;
     if (best == NULL_MOVE || is_capture(board, best) || move_flag(best) == FLAG_PROMOTION) return false;
     // The quiescence search stands pat on the static evaluation and only
@@ -14,8 +14,7 @@ bool is_quiet_position(Board& board, Move best) {
     // A search cut short by its node budget leaves the abort flag raised;
     // this one has no budget and must not stop at once.
     g_abort.store(false, std::memory_order_relaxed);
-    static SearchContext ctx;  // large; positions are filtered one at a time
-    ctx.nodes = 0;
+    ctx.reset();
     // The full window leaves the evaluation no lazy exit and the search no
     // cutoff on either side.
     const int resolved = quiescence(board, ctx, 0, -INFINITE_SCORE, INFINITE_SCORE);

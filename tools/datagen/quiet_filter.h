@@ -7,10 +7,12 @@
 #pragma once
 
 #include "core/board.h"
+#include "search/search_context.h"
 
 namespace morvane {
 
-// best is the search's best move in this position.
-bool is_quiet_position(Board& board, Move best);
+// best is the search's best move in this position; ctx is the caller's
+// search context, reset here and reused for the capture search.
+bool is_quiet_position(Board& board, SearchContext& ctx, Move best);
 
 }  // namespace morvane

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "common/training_line.h"
 #include "datagen/quiet_filter.h"
 #include "movegen/movegen.h"
 #include "search/tt.h"
@@ -53,7 +54,8 @@ std::optional<double> ScoreAdjudicator::after_search(int whiteScore, int ply) {
     return std::nullopt;
 }
 
-std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const SelfPlaySettings& settings) {
+std::optional<GameRecord> play_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                    const SelfPlaySettings& settings) {
     for (int i = 0; i < settings.randomPlies; ++i) {
         ScoredMove moves[MAX_MOVES];
         const int n = generate_legal(board, moves, false);
@@ -66,6 +68,7 @@ std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const Se
     const SearchLimits limits = move_limits(settings);
     ScoreAdjudicator adjudicator(settings);
     GameRecord game;
+    int pickedPly = 0;
     for (int ply = 0;; ++ply) {
         if (const auto result = rules_result(board)) {
             if (ply == 0) return std::nullopt;
@@ -73,10 +76,13 @@ std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const Se
             return game;
         }
         if (ply >= settings.maxPlies) return game;
-        const SearchResult searched = iterative_deepening(board, limits, nullptr);
+        const SearchResult searched = iterative_deepening(board, ctx, limits, nullptr);
         const int whiteScore = board.side_to_move() == WHITE ? searched.score : -searched.score;
         if (ply == 0 && std::abs(whiteScore) > settings.maxOpeningScore) return std::nullopt;
-        if (std::abs(whiteScore) < DecisiveScore && is_quiet_position(board, searched.best_move))
+        if (settings.keepEvery > 1 && ply % settings.keepEvery == 0)
+            pickedPly = ply + static_cast<int>(rng() % static_cast<std::uint64_t>(settings.keepEvery));
+        const bool picked = settings.keepEvery <= 1 || ply == pickedPly;
+        if (picked && std::abs(whiteScore) < DecisiveScore && is_quiet_position(board, ctx, searched.best_move))
             game.positions.push_back({board.fen(), whiteScore});
         if (const auto result = adjudicator.after_search(whiteScore, ply)) {
             game.result = *result;
@@ -86,9 +92,24 @@ std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const Se
     }
 }
 
+std::optional<GameRecord> play_next_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                         const std::vector<std::string>& openings, const SelfPlaySettings& settings) {
+    constexpr int MaxDroppedStarts = 1000;
+    for (int dropped = 0; dropped < MaxDroppedStarts; ++dropped) {
+        board.set_fen(openings.empty() ? StartFen : openings[rng() % openings.size()]);
+        if (std::optional<GameRecord> game = play_game(board, ctx, rng, settings)) return game;
+    }
+    return std::nullopt;
+}
+
+int deep_score(Board& board, SearchContext& ctx, const SearchLimits& limits) {
+    tt_clear();
+    const SearchResult searched = iterative_deepening(board, ctx, limits, nullptr);
+    return board.side_to_move() == WHITE ? searched.score : -searched.score;
+}
+
 std::string training_line(const TrainingPosition& position, double result) {
-    const char* text = result > 0.75 ? "1.0" : result < 0.25 ? "0.0" : "0.5";
-    return position.fen + " | " + text + " | " + std::to_string(position.score) + '\n';
+    return format_training_line(position.fen, result, position.score, position.deep);
 }
 
 }  // namespace morvane

@@ -25,6 +25,10 @@ struct SelfPlaySettings {
     int drawPlies = 12;         // ... for this many plies in a row ...
     int drawMinPly = 80;        // ... once this many plies are played is a draw
     int maxPlies = 500;         // a game still going here is called a draw
+    // Neighbouring plies of one game are nearly the same position with the
+    // same result: at most one is kept in each run of this many plies, at a
+    // ply the seeded generator picks (1 keeps every quiet position).
+    int keepEvery = 1;
 };
 
 // The same work for every move, so that data sets are comparable. A node
@@ -34,7 +38,8 @@ SearchLimits move_limits(const SelfPlaySettings& settings);
 
 struct TrainingPosition {
     std::string fen;
-    int score;  // the search's score, White's view
+    int score;                  // the game's search score, White's view
+    std::optional<int> deep{};  // a deeper search's score, White's view
 };
 
 struct GameRecord {
@@ -62,9 +67,21 @@ private:
 
 // Plays one game from the board's position after the random plies. No
 // result when the position after them was unplayable or too lopsided.
-std::optional<GameRecord> play_game(Board& board, std::mt19937_64& rng, const SelfPlaySettings& settings);
+std::optional<GameRecord> play_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                    const SelfPlaySettings& settings);
 
-// "FEN | result | score", the tuner's input line.
+// Plays games from random starts (an opening of the book, or the starting
+// position when the book is empty) until one is playable; nothing when a
+// thousand starts in a row were too lopsided to play.
+std::optional<GameRecord> play_next_game(Board& board, SearchContext& ctx, std::mt19937_64& rng,
+                                         const std::vector<std::string>& openings, const SelfPlaySettings& settings);
+
+// The score of a search of the position under `limits`, White's view. It
+// starts from an empty table, so that a position's label does not depend on
+// what was labelled before it.
+int deep_score(Board& board, SearchContext& ctx, const SearchLimits& limits);
+
+// "FEN | result | score" or "FEN | result | score | deep", the tuner's input line.
 std::string training_line(const TrainingPosition& position, double result);
 
 }  // namespace morvane

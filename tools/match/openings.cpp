@@ -71,6 +71,7 @@ void shuffle_openings(std::vector<std::string>& fens, std::uint64_t seed) {
 int generate_openings(const OpeningRecipe& recipe, std::ostream& out, std::ostream& log) {
     std::mt19937_64 rng(recipe.seed);
     auto board = std::make_unique<Board>();
+    const auto ctx = std::make_unique<SearchContext>();
     std::unordered_set<std::uint64_t> seen;
     int written = 0, tried = 0;
     while (written < recipe.count) {
@@ -92,7 +93,7 @@ int generate_openings(const OpeningRecipe& recipe, std::ostream& out, std::ostre
         g_stopRequested.store(false, std::memory_order_relaxed);
         SearchLimits limits;
         limits.depth = recipe.depth;
-        const SearchResult result = iterative_deepening(*board, limits, nullptr);
+        const SearchResult result = iterative_deepening(*board, *ctx, limits, nullptr);
         if (result.score < -recipe.maxScore || result.score > recipe.maxScore) continue;
         out << epd_of(*board) << '\n';
         if (++written % 250 == 0) log << written << " openings from " << tried << " random lines\n";

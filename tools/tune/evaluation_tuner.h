@@ -1,6 +1,6 @@
 // Fits the evaluation's weights to self-play results: minimises the mean
 // logistic loss of the evaluation against each position's target (the
-// game's result, optionally blended with the search's score).
+// game's result, or a blend of it with a search's score).
 //
 // Evaluating every position under every trial weight would take hours, so
 // the tuner works on a linear model of the evaluation: the slopes of the
@@ -22,7 +22,7 @@
 namespace morvane {
 
 struct TunerSettings {
-    double lambda = 0.0;            // weight of the search score in the target
+    double lambda = 1.0;            // weight of the game's result in the target (see blended_target)
     int epochs = 300;               // optimisation passes over the training positions
     int refreshEvery = 50;          // passes between true evaluations
     double learningRate = 1.0;      // Adam's step, in units of the weights
@@ -37,17 +37,27 @@ struct TunerSettings {
 };
 
 struct TunerReport {
-    double scale = 0;                        // K, fitted to the game results at the starting weights, then kept
-    double trainBefore = 0, trainAfter = 0;  // true losses, at the start and at the weights returned
-    double heldOutBefore = 0, heldOutAfter = 0;
+    double scale = 0;                            // K, fitted to the game results at the starting weights, then kept
+    double trainBefore = 0, trainAfter = 0;      // true losses, at the start and at the weights returned
+    double heldOutBefore = 0, heldOutAfter = 0;  // against the tuned target
+    // Against the game results alone, whatever the target: the yardstick
+    // that compares runs with different lambdas.
+    double heldOutResultsBefore = 0, heldOutResultsAfter = 0;
     int trainPositions = 0, heldOutPositions = 0;
     int tuned = 0, frozen = 0;  // weights optimised, and left alone for lack of data
 };
 
 // Tunes the evaluation weights of `config` in place, starting from its
-// values; progress and timings go to `log`. The samples' order matters: the
-// held-out tenth is made of stretches of consecutive samples.
-TunerReport tune_evaluation(const std::vector<TrainingSample>& samples, EngineConfig& config,
-                            const TunerSettings& settings, std::ostream& log);
+// values; progress and timings go to `log`. The held-out tenth is chosen
+// by is_held_out. Pass the samples by std::move when they are many.
+TunerReport tune_evaluation(std::vector<TrainingSample> samples, EngineConfig& config, const TunerSettings& settings,
+                            std::ostream& log);
+
+// One fit per lambda of `lambdas` (settings.lambda is not read), each from
+// `start`, sharing the one measurement of the slopes: tuned[i] receives the
+// weights fitted for lambdas[i], and the i-th report says how they fared.
+std::vector<TunerReport> tune_per_lambda(std::vector<TrainingSample> samples, const EngineConfig& start,
+                                         const std::vector<double>& lambdas, std::vector<EngineConfig>& tuned,
+                                         const TunerSettings& settings, std::ostream& log);
 
 }  // namespace morvane

@@ -46,10 +46,15 @@ bool write_rows(const std::vector<TrainingSample>& samples, std::size_t begin, s
             if (params[k].pieceType && !entry_in_use(*board, params[k])) continue;
             int& v = *value[k];
             const int kept = v;
-            v = kept + step;
+            // A weight the score follows in a straight line needs one
+            // evaluation beside the base; a step twice as wide keeps the
+            // rounding error that of a central difference. The others are
+            // measured on both sides.
+            const bool linear = !params[k].nonlinear;
+            v = kept + (linear ? 2 * step : step);
             const int up = white_evaluation(*board);
             v = kept - step;
-            const int down = white_evaluation(*board);
+            const int down = linear ? static_cast<int>(base) : white_evaluation(*board);
             v = kept;
             if (up != down) row.push_back({static_cast<std::uint16_t>(k), static_cast<float>(up - down) / (2 * step)});
         }

@@ -21,8 +21,9 @@ struct Linearisation {
 };
 
 // Evaluates every sample under `config` (lazy exits off) and estimates the
-// slope along each parameter of `params` listed in `which` by a central
-// difference of +-step. Work is shared among `workers` processes; the
+// slope along each parameter of `params` listed in `which`: by a central
+// difference of +-step for the non-linear ones, by a forward difference of
+// 2 * step for the others. Work is shared among `workers` processes; the
 // result does not depend on their number. The caller's global
 // configuration is left as it was.
 Linearisation linearise(const std::vector<TrainingSample>& samples, const EngineConfig& config,

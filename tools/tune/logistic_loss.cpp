@@ -24,6 +24,11 @@ double loss_slope(double score, double target, double scale) {
     return (expected_result(score, scale) - target) * scale * Ln10 / 400.0;
 }
 
+double blended_target(double result, double score, double lambda, double scale) {
+    // Written so that lambda 1 adds an exact zero to the result.
+    return lambda * result + (1.0 - lambda) * expected_result(score, scale);
+}
+
 double mean_loss(const std::vector<float>& scores, const std::vector<float>& targets, double scale) {
     if (scores.empty()) return 0.0;
     double sum = 0.0;

@@ -13,6 +13,10 @@ double expected_result(double score, double scale);
 double position_loss(double score, double target, double scale);
 double loss_slope(double score, double target, double scale);
 
+// What a position is fitted to: lambda * result + (1 - lambda) * the
+// expectation of a search score. At lambda 1 it is the result exactly.
+double blended_target(double result, double score, double lambda, double scale);
+
 double mean_loss(const std::vector<float>& scores, const std::vector<float>& targets, double scale);
 
 // The scale K that fits the scores best to the targets, by golden-section
