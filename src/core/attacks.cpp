@@ -1,6 +1,8 @@
 #include "core/attacks.h"
 
-#include <random>
+#include <stdexcept>
+
+#include "core/magics.h"
 
 namespace morvane {
 
@@ -8,11 +10,8 @@ Bitboard pawnAtt[2][64];
 Bitboard knightAtt[64];
 Bitboard kingAtt[64];
 
-Bitboard rookMask[64], bishopMask[64];
-Bitboard rookMagic[64], bishopMagic[64];
-unsigned rookShift[64], bishopShift[64];
-unsigned rookOffset[64], bishopOffset[64];
-std::vector<Bitboard> rookTableFlat, bishopTableFlat;
+SliderMagic rookMagics[64], bishopMagics[64];
+std::vector<Bitboard> rookTable, bishopTable;
 
 bool attacksInit = false;
 Bitboard betweenTable[64][64];
@@ -75,73 +74,49 @@ Bitboard relevant_mask(Square s, const int (*dirs)[2]) {
     return mask;
 }
 
-// Finds a magic for one square with a generator seeded per square, so the
-// tables are identical from run to run.
-Bitboard find_magic(Square s, Bitboard mask, unsigned shift, const int (*dirs)[2], std::vector<Bitboard>& block) {
+// Fills one square's slot block through its fixed magic. Two blocker
+// subsets sharing a slot must share their attack set, or the magic would
+// answer wrongly for one of them.
+void fill_magic_block(Square s, const int (*dirs)[2], Bitboard magic, SliderMagic& entry,
+                      std::vector<Bitboard>& block) {
+    const Bitboard mask = relevant_mask(s, dirs);
     const int bits = popcount(mask);
-    const std::size_t n = std::size_t{1} << bits;
-    std::vector<Bitboard> subsets(n), attacks(n);
+    entry.mask = mask;
+    entry.magic = magic;
+    entry.shift = static_cast<unsigned>(64 - bits);
+    // Slots no subset maps to are never read; keep them defined.
+    block.assign(std::size_t{1} << bits, ~Bitboard{0});
     Bitboard subset = 0;
-    for (std::size_t i = 0; i < n; ++i) {  // Carry-Rippler enumeration
-        subsets[i] = subset;
-        attacks[i] = ray_attacks(s, subset, dirs);
+    do {  // Carry-Rippler enumeration of every subset of the mask
+        const Bitboard attacks = ray_attacks(s, subset, dirs);
+        Bitboard& slot = block[(subset * magic) >> entry.shift];
+        if (slot != ~Bitboard{0} && slot != attacks) throw std::logic_error("a magic maps two attack sets to one slot");
+        slot = attacks;
         subset = (subset - mask) & mask;
+    } while (subset);
+}
+
+// One flat table per slider kind; each square's record points at its block.
+void fill_slider_tables(const int (*dirs)[2], const Bitboard* magics, SliderMagic* entries,
+                        std::vector<Bitboard>& table) {
+    std::vector<Bitboard> blocks[64];
+    std::size_t total = 0;
+    for (Square s = 0; s < 64; ++s) {
+        fill_magic_block(s, dirs, magics[s], entries[s], blocks[s]);
+        total += blocks[s].size();
     }
-    std::mt19937_64 rng(0xE0F5A0D7C3B1ULL + static_cast<unsigned>(s));
-    // Slots stamped with an older attempt number count as empty, which
-    // spares refilling the whole block for every rejected candidate.
-    std::vector<unsigned> stamp(n, 0);
-    block.assign(n, 0);
-    for (unsigned attempt = 1;; ++attempt) {
-        Bitboard candidate = rng();
-        candidate &= rng();
-        candidate &= rng();
-        if (popcount((mask * candidate) & 0xFF00000000000000ULL) < 6) continue;
-        bool ok = true;
-        for (std::size_t i = 0; i < n && ok; ++i) {
-            const std::size_t idx = (subsets[i] * candidate) >> shift;
-            if (stamp[idx] != attempt) {
-                stamp[idx] = attempt;
-                block[idx] = attacks[i];
-            } else if (block[idx] != attacks[i]) {
-                ok = false;
-            }
-        }
-        if (ok) {
-            // Entries no subset maps to are never read; keep them defined.
-            for (std::size_t i = 0; i < n; ++i)
-                if (stamp[i] != attempt) block[i] = ~Bitboard{0};
-            return candidate;
-        }
+    table.clear();
+    table.reserve(total);
+    std::size_t offsets[64];
+    for (Square s = 0; s < 64; ++s) {
+        offsets[s] = table.size();
+        table.insert(table.end(), blocks[s].begin(), blocks[s].end());
     }
+    // Pointers are taken once the table is complete and will not move.
+    for (Square s = 0; s < 64; ++s) entries[s].attacks = table.data() + offsets[s];
 }
 
 }  // namespace
-
-void init_magics() {
-    std::vector<Bitboard> rookBlocks[64], bishopBlocks[64];
-    for (Square s = 0; s < 64; ++s) {
-        rookMask[s] = relevant_mask(s, RookDirs);
-        rookShift[s] = static_cast<unsigned>(64 - popcount(rookMask[s]));
-        rookMagic[s] = find_magic(s, rookMask[s], rookShift[s], RookDirs, rookBlocks[s]);
-        bishopMask[s] = relevant_mask(s, BishopDirs);
-        bishopShift[s] = static_cast<unsigned>(64 - popcount(bishopMask[s]));
-        bishopMagic[s] = find_magic(s, bishopMask[s], bishopShift[s], BishopDirs, bishopBlocks[s]);
-    }
-    unsigned rookTotal = 0, bishopTotal = 0;
-    for (Square s = 0; s < 64; ++s) {
-        rookOffset[s] = rookTotal;
-        bishopOffset[s] = bishopTotal;
-        rookTotal += static_cast<unsigned>(rookBlocks[s].size());
-        bishopTotal += static_cast<unsigned>(bishopBlocks[s].size());
-    }
-    rookTableFlat.assign(rookTotal, 0);
-    bishopTableFlat.assign(bishopTotal, 0);
-    for (Square s = 0; s < 64; ++s) {
-        std::copy(rookBlocks[s].begin(), rookBlocks[s].end(), rookTableFlat.begin() + rookOffset[s]);
-        std::copy(bishopBlocks[s].begin(), bishopBlocks[s].end(), bishopTableFlat.begin() + bishopOffset[s]);
-    }
-}
 
 void init_attacks() {
     if (attacksInit) return;
@@ -157,7 +132,8 @@ void init_attacks() {
     }
     for (Square a = 0; a < 64; ++a)
         for (Square b = 0; b < 64; ++b) betweenTable[a][b] = walk_between(a, b);
-    init_magics();
+    fill_slider_tables(RookDirs, RookMagics, rookMagics, rookTable);
+    fill_slider_tables(BishopDirs, BishopMagics, bishopMagics, bishopTable);
     attacksInit = true;
 }
 

@@ -13,31 +13,33 @@ extern Bitboard pawnAtt[2][64];
 extern Bitboard knightAtt[64];
 extern Bitboard kingAtt[64];
 
-extern Bitboard rookMask[64], bishopMask[64];
-extern Bitboard rookMagic[64], bishopMagic[64];
-extern unsigned rookShift[64], bishopShift[64];
-extern unsigned rookOffset[64], bishopOffset[64];
-extern std::vector<Bitboard> rookTableFlat, bishopTableFlat;
+// What a slider lookup on one square needs, together in one cache line:
+// the relevant occupancy, its magic multiplier, the shift, and the square's
+// block of attack sets.
+struct SliderMagic {
+    Bitboard mask;
+    Bitboard magic;
+    const Bitboard* attacks;
+    unsigned shift;
+};
+
+extern SliderMagic rookMagics[64], bishopMagics[64];
+extern std::vector<Bitboard> rookTable, bishopTable;  // the blocks the records point into
 
 extern bool attacksInit;
 
-// Leaper tables then magics; does nothing once attacksInit is set.
+// Leaper, between and slider tables; does nothing once attacksInit is set.
 void init_attacks();
-void init_magics();
 
-inline Bitboard rook_attacks(Square s, Bitboard occupied) {
-    unsigned idx = static_cast<unsigned>(((occupied & rookMask[s]) * rookMagic[s]) >> (rookShift[s] & 63));
-    return rookTableFlat[rookOffset[s] + idx];
+inline Bitboard slider_lookup(const SliderMagic& m, Bitboard occupied) {
+    return m.attacks[((occupied & m.mask) * m.magic) >> m.shift];
 }
+inline Bitboard rook_attacks(Square s, Bitboard occupied) { return slider_lookup(rookMagics[s], occupied); }
+inline Bitboard bishop_attacks(Square s, Bitboard occupied) { return slider_lookup(bishopMagics[s], occupied); }
 
-inline Bitboard bishop_attacks(Square s, Bitboard occupied) {
-    unsigned idx = static_cast<unsigned>(((occupied & bishopMask[s]) * bishopMagic[s]) >> (bishopShift[s] & 63));
-    return bishopTableFlat[bishopOffset[s] + idx];
-}
-
-// Attacks on an empty board: entry 0 of each square's table.
-inline Bitboard rook_attacks_empty(Square s) { return rookTableFlat[rookOffset[s]]; }
-inline Bitboard bishop_attacks_empty(Square s) { return bishopTableFlat[bishopOffset[s]]; }
+// Attacks on an empty board: the empty subset's slot.
+inline Bitboard rook_attacks_empty(Square s) { return rookMagics[s].attacks[0]; }
+inline Bitboard bishop_attacks_empty(Square s) { return bishopMagics[s].attacks[0]; }
 
 extern Bitboard betweenTable[64][64];
 

@@ -10,29 +10,20 @@ namespace {
 
 constexpr int KingValue = 20000;
 
-int see_value(int type) {
-    switch (type) {
-        case PAWN: return g_config.material_pawn;
-        case KNIGHT: return g_config.material_knight;
-        case BISHOP: return g_config.material_bishop;
-        case ROOK: return g_config.material_rook;
-        case QUEEN: return g_config.material_queen;
-        case KING: return KingValue;
-        default: return 0;
+// Exchange values by piece type, read from the configuration once per call.
+struct SeeValues {
+    int byType[7];
+    SeeValues() {
+        const EngineConfig& c = g_config;
+        byType[0] = 0;
+        byType[PAWN] = c.material_pawn;
+        byType[KNIGHT] = c.material_knight;
+        byType[BISHOP] = c.material_bishop;
+        byType[ROOK] = c.material_rook;
+        byType[QUEEN] = c.material_queen;
+        byType[KING] = KingValue;
     }
-}
-
-// Sliders of both colours that reach `to` under `occ`. Taking a piece off
-// `to`'s lines can only uncover sliders behind it, never hide an attacker,
-// so after each capture the new attackers are the old ones still on the
-// board plus these.
-Bitboard slider_attackers(const Board& b, Square to, Bitboard occ) {
-    const Bitboard diagonal = b.pieces(WHITE, BISHOP) | b.pieces(BLACK, BISHOP) | b.pieces(WHITE, QUEEN) |
-                              b.pieces(BLACK, QUEEN);
-    const Bitboard straight = b.pieces(WHITE, ROOK) | b.pieces(BLACK, ROOK) | b.pieces(WHITE, QUEEN) |
-                              b.pieces(BLACK, QUEEN);
-    return ((bishop_attacks(to, occ) & diagonal) | (rook_attacks(to, occ) & straight)) & occ;
-}
+};
 
 }  // namespace
 
@@ -43,15 +34,24 @@ int see(const Board& board, Move move) {
     const int captured = board.piece_on(captureSquare);
     if (!captured) return 0;
 
+    const SeeValues values;
     int gain[32];
-    gain[0] = see_value(piece_type(captured));
-    int onTarget = see_value(piece_type(board.piece_on(from)));
+    gain[0] = values.byType[piece_type(captured)];
+    int onTarget = values.byType[piece_type(board.piece_on(from))];
     if (move_flag(move) == FLAG_PROMOTION) {
-        gain[0] += see_value(promotion_type(move)) - see_value(PAWN);
-        onTarget = see_value(promotion_type(move));
+        gain[0] += values.byType[promotion_type(move)] - values.byType[PAWN];
+        onTarget = values.byType[promotion_type(move)];
     }
     Bitboard occ = (board.occupied() & ~square_bb(from) & ~square_bb(captureSquare)) | square_bb(to);
     Bitboard attackers = board.attackers_to(to, occ) & occ;
+    // Taking a piece off `to`'s lines can only uncover sliders behind it,
+    // never hide an attacker, and only along the line the capturer stood
+    // on: a pawn or bishop uncovers diagonal sliders, a rook straight ones,
+    // a queen or king either; a knight nothing.
+    const Bitboard diagonal = board.pieces(WHITE, BISHOP) | board.pieces(BLACK, BISHOP) |
+                              board.pieces(WHITE, QUEEN) | board.pieces(BLACK, QUEEN);
+    const Bitboard straight = board.pieces(WHITE, ROOK) | board.pieces(BLACK, ROOK) | board.pieces(WHITE, QUEEN) |
+                              board.pieces(BLACK, QUEEN);
     Color side = piece_color(board.piece_on(from)) ^ 1;
 
     int d = 0;
@@ -59,20 +59,17 @@ int see(const Board& board, Move move) {
         const Bitboard mine = attackers & board.pieces(side);
         if (!mine) break;
         // Least valuable attacker; lowest square among equals.
-        Square picked = NO_SQUARE;
-        int pickedValue = 0;
-        for (int type = PAWN; type <= KING && picked == NO_SQUARE; ++type) {
-            const Bitboard ofType = mine & board.pieces(side, type);
-            if (ofType) {
-                picked = lsb(ofType);
-                pickedValue = see_value(type);
-            }
-        }
+        int type = PAWN;
+        while (!(mine & board.pieces(side, type))) ++type;
+        const Square picked = lsb(mine & board.pieces(side, type));
         gain[d + 1] = onTarget - gain[d];
         ++d;
-        onTarget = pickedValue;
+        onTarget = values.byType[type];
         occ &= ~square_bb(picked);
-        attackers = (attackers & occ) | slider_attackers(board, to, occ);  // x-rays behind the capturer join
+        attackers &= occ;
+        if (type == PAWN || type == BISHOP || type == QUEEN || type == KING)
+            attackers |= bishop_attacks(to, occ) & diagonal & occ;
+        if (type == ROOK || type == QUEEN || type == KING) attackers |= rook_attacks(to, occ) & straight & occ;
         side ^= 1;
     }
     for (; d > 0; --d) gain[d - 1] = -std::max(-gain[d - 1], gain[d]);

@@ -16,6 +16,12 @@ inline ScoredMove* add_promotions(ScoredMove* out, Square from, Square to) {
     return out;
 }
 
+// A pinned piece may move only along the line through its king and its
+// pinner: towards the king, or out to (and onto) the pinner.
+inline bool stays_on_pin_line(Square king, Square from, Square to) {
+    return (squares_between(king, to) & square_bb(from)) || (squares_between(king, from) & square_bb(to));
+}
+
 inline bool attacked_by(const Board& b, Square s, Color them) {
     return (b.attackers_to(s, b.occupied()) & b.pieces(them)) != 0;
 }
@@ -110,19 +116,25 @@ int generate_legal(Board& board, ScoredMove* out, bool capturesOnly) {
     }
 
     // Legality: only king moves, pinned pieces and en passant can be illegal
-    // once the check mask has been applied.
+    // once the check mask has been applied. The first two are settled by
+    // geometry; en passant, which lifts two pawns off one rank, is played.
     const Bitboard pins = board.pinned(us);
+    const Bitboard occWithoutKing = k != NO_SQUARE ? occ ^ square_bb(k) : occ;
     ScoredMove* kept = begin;
     for (ScoredMove* m = begin; m != out; ++m) {
-        const Square from = move_from(m->move);
-        if (from != k && !(pins & square_bb(from)) && move_flag(m->move) != FLAG_EN_PASSANT) {
-            kept++->move = m->move;
-            continue;
+        const Square from = move_from(m->move), to = move_to(m->move);
+        bool legal = true;
+        if (move_flag(m->move) == FLAG_EN_PASSANT) {
+            board.do_move(m->move);
+            legal = k == NO_SQUARE || !(board.attackers_to(k, board.occupied()) & board.pieces(them));
+            board.undo_move();
+        } else if (from == k) {
+            // Sliders see through the square the king leaves; a captured
+            // piece never attacks its own square.
+            legal = !(board.attackers_to(to, occWithoutKing) & enemy);
+        } else if (pins & square_bb(from)) {
+            legal = stays_on_pin_line(k, from, to);
         }
-        board.do_move(m->move);
-        const Square king = board.king_square(us);
-        const bool legal = king == NO_SQUARE || !(board.attackers_to(king, board.occupied()) & board.pieces(them));
-        board.undo_move();
         if (legal) kept++->move = m->move;
     }
     return static_cast<int>(kept - begin);

@@ -58,8 +58,11 @@ int king_threat_adjusted(const Board& b, Move m, int h) {
     const Color us = b.side_to_move(), them = us ^ 1;
     const int variant = c.king_threat_bonus_enabled;
     if (variant < 3 || variant > 13 || variant == 8 || variant == 9 || variant == 12) return h;
-    const bool check = move_threatens_king(b, m, us, true);
     const bool bareOpponent = non_pawn_count(b, them) == 0;
+    // This variant only rewards checks against a king without pieces: the
+    // attack test is spared in every other position.
+    if (variant == 13 && !bareOpponent) return h;
+    const bool check = move_threatens_king(b, m, us, true);
     auto zone = [&] { return move_threatens_king(b, m, us, false); };
     auto quiet_middlegame = [&] {
         const int total = piece_total(b);

@@ -176,14 +176,21 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
         const Move m = moves[i].move;
         if (m == excluded) continue;
         const bool quiet = !is_capture(board, m);
-        const bool directCheck = c.exclude_checks_from_pruning_enabled && move_threatens_king(board, m, us, true);
+        // Whether the move checks matters only to a move about to be pruned
+        // or reduced, so the attack test runs only then, and at most once.
+        int checkKnown = -1;
+        auto directCheck = [&] {
+            if (checkKnown < 0)
+                checkKnown = c.exclude_checks_from_pruning_enabled && move_threatens_king(board, m, us, true);
+            return checkKnown == 1;
+        };
 
         if (c.late_move_pruning_enabled && pruning && !inCheck && quiet && searched >= 1 && depth <= c.lmp_max_depth &&
-            alpha > -MATE_THRESHOLD && !directCheck && searched >= c.lmp_depth_mult * depth * depth + c.lmp_base)
+            alpha > -MATE_THRESHOLD && searched >= c.lmp_depth_mult * depth * depth + c.lmp_base && !directCheck())
             continue;
         if (pruning && c.futility_enabled && !(c.pv_node_protection_enabled && pvNode) && !inCheck && quiet &&
             searched > 0 && depth <= c.futility_max_depth && alpha > -MATE_THRESHOLD &&
-            eval + c.futility_margin_per_depth * depth <= alpha && !directCheck)
+            eval + c.futility_margin_per_depth * depth <= alpha && !directCheck())
             continue;
 
         // Singular extension: when every other move falls well short of the
@@ -202,8 +209,14 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
             singular = v < sBeta;
         }
 
+        // Decided before the move is made: the attack test reads the board
+        // as it stands now.
+        const bool reducible = pruning && c.lmr_enabled && depth >= c.lmr_min_depth &&
+                               searched + 1 > c.lmr_min_move_index && quiet && !inCheck && !directCheck();
+
         const int see = moves[i].see;
         board.do_move(m);
+        g_tt.prefetch(board.key());
         ++searched;
         if (c.history_malus_enabled && quiet && triedCount < MAX_MOVES) triedQuiets[triedCount++] = m;
 
@@ -220,9 +233,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
         }
 
         int r = 0;
-        if (pruning && c.lmr_enabled && depth >= c.lmr_min_depth && searched > c.lmr_min_move_index && !extended &&
-            quiet && !inCheck && !directCheck)
-            r = late_move_reduction(depth, searched);
+        if (reducible && !extended) r = late_move_reduction(depth, searched);
 
         int score = 0;
         int tbScore = 0;

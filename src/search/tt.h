@@ -34,6 +34,9 @@ public:
         const TTEntry& e = entries[key & mask];
         return e.key == key && e.bound != BOUND_NONE ? &e : nullptr;
     }
+    // Starts loading the entry's cache line, so that a probe made a little
+    // later (by the child node, after its draw tests) does not wait on memory.
+    void prefetch(std::uint64_t key) const { __builtin_prefetch(&entries[key & mask]); }
     void store(std::uint64_t key, int score, Move move, int depth, int bound, int ply);
     std::size_t size() const { return entries.size(); }
 

@@ -1,5 +1,6 @@
 #include "sts/epd.h"
 
+#include <cerrno>
 #include <cstdlib>
 #include <iostream>
 #include <sstream>
@@ -28,7 +29,21 @@ namespace {
 // Suites hold a few thousand positions at most; this is far above.
 constexpr std::size_t maxSuiteBytes = std::size_t{64} << 20;
 
-void read_operation(const std::string& op, StsPosition& pos) {
+// Points of a c0 item; suites give tens. The bound keeps every total of a
+// run of the largest suite far from overflowing.
+constexpr long long maxPoints = 1000000;
+
+// The leading number of the text, as strtol reads it (no digits: 0);
+// false when it lies beyond the bound, rather than wrapped.
+bool read_points(const std::string& text, int& points) {
+    errno = 0;
+    const long long value = std::strtoll(text.c_str(), nullptr, 10);
+    if (errno == ERANGE || value < -maxPoints || value > maxPoints) return false;
+    points = static_cast<int>(value);
+    return true;
+}
+
+void read_operation(const std::string& op, int lineNumber, StsPosition& pos) {
     if (op.size() < 3) return;
     const std::string code = op.substr(0, 3);
     if (code == "bm ") {
@@ -44,9 +59,14 @@ void read_operation(const std::string& op, StsPosition& pos) {
             item = trim(item);
             const auto eq = item.find('=');
             if (eq == std::string::npos) continue;
-            const std::string points = trim(item.substr(eq + 1));
-            pos.alternatives.emplace_back(trim(item.substr(0, eq)),
-                                          static_cast<int>(std::strtol(points.c_str(), nullptr, 10)));
+            int points = 0;
+            if (!read_points(trim(item.substr(eq + 1)), points)) {
+                std::cerr << "Ligne " << lineNumber << " : points de c0 hors de -" << maxPoints << ".." << maxPoints
+                          << " (" << item.substr(0, 40) << (item.size() > 40 ? "..." : "") << "), element ignore"
+                          << std::endl;
+                continue;
+            }
+            pos.alternatives.emplace_back(trim(item.substr(0, eq)), points);
         }
     }
 }
@@ -80,7 +100,7 @@ std::vector<StsPosition> parse_epd_file(const std::string& path) {
         std::getline(fields, rest);
         std::istringstream ops(rest);
         while (std::getline(ops, op, ';'))
-            if (const std::string piece = trim(op); !piece.empty()) read_operation(piece, pos);
+            if (const std::string piece = trim(op); !piece.empty()) read_operation(piece, lineNumber, pos);
         if (pos.best_moves.empty()) {
             std::cerr << "Ligne " << lineNumber << " : pas de 'bm', ignoree" << std::endl;
             continue;

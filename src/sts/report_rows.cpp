@@ -2,7 +2,6 @@
 
 #include <charconv>
 #include <climits>
-#include <cstdint>
 
 namespace morvane {
 
@@ -10,21 +9,43 @@ namespace {
 
 constexpr std::size_t csvFieldCount = 15;
 
-// Fields split at commas outside double quotes, quotes dropped; false when a
-// quote is left open (a row cut inside a quoted field).
+// Text fields are quoted and their quotes doubled, so that an id or a move
+// holding a quote or a comma reads back as written. A suite line cannot
+// hold a line feed, so neither can a field, and every row is one line.
+std::string quoted(const std::string& text) {
+    std::string out = "\"";
+    for (char ch : text) {
+        if (ch == '"') out += '"';
+        out += ch;
+    }
+    return out + '"';
+}
+
+// Fields split at commas outside double quotes, a doubled quote inside
+// quotes read as one; false when a quote is left open (a row cut inside a
+// quoted field).
 bool split_csv(const std::string& line, std::vector<std::string>& fields) {
     fields.assign(1, std::string());
-    bool quoted = false;
-    for (char ch : line) {
-        if (ch == '"') quoted = !quoted;
-        else if (ch == ',' && !quoted) fields.emplace_back();
-        else fields.back() += ch;
+    bool inQuotes = false;
+    for (std::size_t i = 0; i < line.size(); ++i) {
+        const char ch = line[i];
+        if (ch == '"' && inQuotes && i + 1 < line.size() && line[i + 1] == '"') {
+            fields.back() += '"';
+            ++i;
+        } else if (ch == '"') {
+            inQuotes = !inQuotes;
+        } else if (ch == ',' && !inQuotes) {
+            fields.emplace_back();
+        } else {
+            fields.back() += ch;
+        }
     }
-    return !quoted;
+    return !inQuotes;
 }
 
 // The whole field is one base-10 integer within [low, high].
-bool whole_number(const std::string& text, long long low, long long high, long long& value) {
+template <typename Int>
+bool whole_number(const std::string& text, Int low, Int high, Int& value) {
     const char* end = text.data() + text.size();
     const auto [stop, error] = std::from_chars(text.data(), end, value);
     return error == std::errc() && stop == end && !text.empty() && value >= low && value <= high;
@@ -32,31 +53,44 @@ bool whole_number(const std::string& text, long long low, long long high, long l
 
 }  // namespace
 
-std::string csv_row_problem(const std::string& line, std::string& id, int& score, int& scoreMax) {
+std::string csv_row(const StsOutcome& o, long long solved, long long analysed) {
+    std::string row = quoted(o.id) + ',' + quoted(o.expected) + ',' + quoted(o.played_san) + ',' + o.played_uci +
+                      ',' + std::to_string(o.eval_cp) + ',' + std::to_string(o.score) + ',' +
+                      std::to_string(o.score_max) + ',' + std::to_string(o.depth) + ',' + std::to_string(o.nodes) +
+                      ',' + std::to_string(o.time_ms) + ',';
+    if (o.expected_known) row += std::to_string(o.expected_rank) + ',' + std::to_string(o.expected_eval_cp);
+    else row += ',';
+    return row + ',' + (o.bm_unrecognised ? "oui" : "non") + ',' + std::to_string(solved) + ',' +
+           std::to_string(analysed) + '\n';
+}
+
+std::string csv_row_problem(const std::string& line, StsOutcome& o) {
     std::vector<std::string> f;
     if (!split_csv(line, f)) return "guillemet non ferme";
     if (f.size() != csvFieldCount)
         return std::to_string(f.size()) + " champs au lieu de " + std::to_string(csvFieldCount);
     if (f[0].empty()) return "id vide";
-    long long v = 0, s = 0, max = 0;
-    // eval_cp, profondeur, nodes, temps_ms, resolues, analysees.
-    const struct {
-        std::size_t field;
-        long long low, high;
-    } numbers[] = {{4, INT_MIN, INT_MAX}, {7, 0, INT_MAX},  {8, 0, LLONG_MAX},
-                   {9, 0, LLONG_MAX},     {13, 0, INT_MAX}, {14, 1, INT_MAX}};
-    for (const auto& n : numbers)
-        if (!whole_number(f[n.field], n.low, n.high, v))
-            return "champ " + std::to_string(n.field + 1) + " non numerique";
-    if (!whole_number(f[6], 1, INT_MAX, max)) return "score_max invalide";
-    if (!whole_number(f[5], 0, max, s)) return "score hors de 0.." + std::to_string(max);
+    StsOutcome row;
+    long long counter = 0;
+    if (!whole_number(f[4], INT_MIN, INT_MAX, row.eval_cp)) return "champ 5 non numerique";
+    if (!whole_number(f[7], 0, INT_MAX, row.depth)) return "champ 8 non numerique";
+    if (!whole_number<std::uint64_t>(f[8], 0, LLONG_MAX, row.nodes)) return "champ 9 non numerique";
+    if (!whole_number<std::uint64_t>(f[9], 0, LLONG_MAX, row.time_ms)) return "champ 10 non numerique";
+    if (!whole_number(f[13], 0LL, LLONG_MAX, counter)) return "champ 14 non numerique";
+    if (!whole_number(f[14], 1LL, LLONG_MAX, counter)) return "champ 15 non numerique";
+    if (!whole_number(f[6], 1, INT_MAX, row.score_max)) return "score_max invalide";
+    if (!whole_number(f[5], 0, row.score_max, row.score)) return "score hors de 0.." + std::to_string(row.score_max);
     // The expected move's rank and score are written together or not at all.
-    const bool ranked = whole_number(f[10], 0, INT_MAX, v) && whole_number(f[11], INT_MIN, INT_MAX, v);
-    if (!ranked && !(f[10].empty() && f[11].empty())) return "rang du coup attendu invalide";
+    row.expected_known = whole_number(f[10], 0, INT_MAX, row.expected_rank) &&
+                         whole_number(f[11], INT_MIN, INT_MAX, row.expected_eval_cp);
+    if (!row.expected_known && !(f[10].empty() && f[11].empty())) return "rang du coup attendu invalide";
     if (f[12] != "oui" && f[12] != "non") return "bm_non_reconnu ni oui ni non";
-    id = f[0];
-    score = static_cast<int>(s);
-    scoreMax = static_cast<int>(max);
+    row.bm_unrecognised = f[12] == "oui";
+    row.id = f[0];
+    row.expected = f[1];
+    row.played_san = f[2];
+    row.played_uci = f[3];
+    o = row;
     return "";
 }
 
@@ -65,6 +99,12 @@ PreviousReport read_previous_report(const std::string& content) {
     const std::size_t lastNewline = content.rfind('\n');
     report.soundLength = lastNewline == std::string::npos ? 0 : lastNewline + 1;
     report.tornLastRow = report.soundLength < content.size();
+    // A run killed while writing its header leaves a piece of it, and
+    // nothing else; any other text without a line end is someone else's.
+    if (report.soundLength == 0 && !content.empty() && std::string(stsCsvHeader).rfind(content, 0) != 0) {
+        report.rejected.push_back("ligne 1 : en-tete inattendu");
+        report.foreignHeader = true;
+    }
     std::size_t start = 0;
     int number = 0;
     while (start < report.soundLength) {
@@ -74,20 +114,19 @@ PreviousReport read_previous_report(const std::string& content) {
         ++number;
         if (!line.empty() && line.back() == '\r') line.pop_back();
         if (number == 1) {
-            // Not our header: nothing in this file can be trusted.
             if (line != stsCsvHeader) {
                 report.rejected.push_back("ligne 1 : en-tete inattendu");
+                report.foreignHeader = true;
                 report.soundLength = 0;
                 return report;
             }
             continue;
         }
         if (line.empty()) continue;
-        std::string id;
-        int score = 0, scoreMax = 0;
-        if (const std::string why = csv_row_problem(line, id, score, scoreMax); !why.empty())
+        StsOutcome row;
+        if (const std::string why = csv_row_problem(line, row); !why.empty())
             report.rejected.push_back("ligne " + std::to_string(number) + " : " + why);
-        else report.finished[id] = {score, scoreMax};
+        else report.finished[row.id] = row;
     }
     return report;
 }

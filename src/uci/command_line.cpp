@@ -17,12 +17,13 @@ namespace morvane {
 namespace {
 
 struct BatchRequest {
-    std::string epdFile, output, unknown;
+    std::string epdFile, unknown;
+    StsRunOptions run;
     int depth = 0;
     int movetime = 0;
-    bool resume = false;
+    int hangLimit = 0;
     bool batch = false;
-    bool outOfRange = false;  // a number beyond int: the run would not be what was asked
+    bool outOfRange = false;  // a number beyond its range: the run would not be what was asked
 };
 
 // Decimal with the leniency of strtol (leading blanks, trailing text
@@ -34,6 +35,14 @@ bool read_int_argument(const char* text, int& value) {
     if (errno == ERANGE || parsed < INT_MIN || parsed > INT_MAX) return false;
     value = static_cast<int>(parsed);
     return true;
+}
+
+// "K/M" with 1 <= K <= M.
+bool read_slice(const std::string& text, int& index, int& count) {
+    const auto slash = text.find('/');
+    if (slash == std::string::npos) return false;
+    return read_int_argument(text.substr(0, slash).c_str(), index) &&
+           read_int_argument(text.substr(slash + 1).c_str(), count) && index >= 1 && index <= count;
 }
 
 BatchRequest parse_arguments(int argc, char** argv) {
@@ -49,9 +58,17 @@ BatchRequest parse_arguments(int argc, char** argv) {
         } else if (arg == "--movetime" && hasValue) {
             req.outOfRange |= !read_int_argument(argv[++i], req.movetime);
         } else if (arg == "--output" && hasValue) {
-            req.output = argv[++i];
+            req.run.outputBase = argv[++i];
         } else if (arg == "--continue") {
-            req.resume = true;
+            req.run.resume = true;
+        } else if (arg == "--jobs" && hasValue) {
+            req.outOfRange |= !read_int_argument(argv[++i], req.run.jobs) || req.run.jobs < 1 || req.run.jobs > 256;
+        } else if (arg == "--slice" && hasValue) {
+            req.outOfRange |= !read_slice(argv[++i], req.run.sliceIndex, req.run.sliceCount);
+        } else if (arg == "--merge" && hasValue) {
+            req.run.mergeFrom.push_back(argv[++i]);
+        } else if (arg == "--timeout" && hasValue) {
+            req.outOfRange |= !read_int_argument(argv[++i], req.hangLimit) || req.hangLimit < 0;
         } else if (arg.rfind("--", 0) == 0 && req.unknown.empty()) {
             req.unknown = arg;
         }
@@ -62,12 +79,17 @@ BatchRequest parse_arguments(int argc, char** argv) {
 void print_usage(const char* program) {
     std::cerr << "Usage: " << program
               << " --sts <fichier.epd> (--depth <N> | --movetime <ms>) --output <base_rapport> [--continue]\n"
+              << "        [--jobs <N>] [--slice <K>/<M>] [--merge <rapport.csv>]... [--timeout <s>]\n"
               << "  --depth et --movetime peuvent etre combines : la recherche de chaque\n"
               << "  position s'arrete a la premiere limite atteinte (pas de priorite de l'un\n"
               << "  sur l'autre). Au moins un des deux est requis.\n"
               << "  Produit <base_rapport>.txt et <base_rapport>.csv, ecrits au fur et a mesure.\n"
               << "  --continue : reprend un test interrompu (meme fichier EPD requis) au lieu de\n"
-              << "               redemarrer depuis zero (comportement par defaut sans cette option)." << std::endl;
+              << "               redemarrer depuis zero (comportement par defaut sans cette option).\n"
+              << "  --jobs N : N recherches a la fois, chacune dans son processus (1 a 256).\n"
+              << "  --slice K/M : seulement les positions K, K+M, K+2M... de la suite.\n"
+              << "  --merge R.csv : reprend les lignes de R.csv au lieu de chercher (repetable).\n"
+              << "  --timeout S : une recherche qui depasse S secondes est comptee en echec." << std::endl;
 }
 
 // "morvane bench [depth]": the bench tool's positions and node total, in
@@ -104,10 +126,14 @@ int run_command_line(int argc, char** argv) {
         uci_loop();
         return 0;
     }
-    if (!req.outOfRange && !req.epdFile.empty() && !req.output.empty() && (req.depth > 0 || req.movetime > 0)) {
+    if (!req.outOfRange && !req.epdFile.empty() && !req.run.outputBase.empty() && (req.depth > 0 || req.movetime > 0)) {
         load_config("Morvane047.cfg", g_config);
+        StsRunOptions run = req.run;
+        run.depth = req.depth;
+        run.movetimeMs = req.movetime;
+        run.hangLimitSeconds = req.hangLimit;
         try {
-            if (!run_sts_suite(req.epdFile, req.depth, req.movetime, req.output, req.resume)) return 1;
+            if (!run_sts_suite(req.epdFile, run)) return 1;
         } catch (const std::exception& e) {
             // A failure outside any one position; every report line
             // written before it is on disk.
