@@ -3,10 +3,18 @@
 // impossible FENs, numbers far outside every range, games of a thousand
 // plies, configuration files full of extreme values. After every round it
 // stops any search and checks that the engine still answers "isready" and
-// still finishes a small search. Build the engine with the sanitizers: any
-// report there ends the process, which counts as a crash.
-// Usage: uci_fuzz <engine> [rounds] [seed]    (default 300 rounds, seed 1)
+// still finishes a small search; every third round it also waits for a
+// search deeper than every default minimum depth under one of the
+// configurations. Build the engine with the sanitizers: any report there
+// ends the process, which counts as a crash. A seed gives the same input at
+// every run (the engine's timing may still differ).
+// Usage: uci_fuzz <engine> [rounds] [seed] [seconds]
+//        (default 300 rounds, seed 1; with seconds, it also stops after the
+//        round that ends past that time, for campaigns of a fixed length)
+#include <unistd.h>
+
 #include <algorithm>
+#include <chrono>
 #include <climits>
 #include <cstdint>
 #include <filesystem>
@@ -118,21 +126,47 @@ std::string mangled_fen(std::mt19937_64& rng) {
     return fen;
 }
 
-// A configuration file of random keys at extreme values.
+// A configuration file of random keys at extreme values: beyond every
+// range, or at the very ends of the key's own range. Half of the files also
+// let every pruning, reduction and extension start at the shallowest
+// depths, so that short searches run them all with those values.
 std::string write_config(std::mt19937_64& rng, const std::filesystem::path& dir, int index) {
     EngineConfig config;
     const std::vector<ConfigField> fields = all_fields(config);
     const std::string path = (dir / ("fuzz" + std::to_string(index) + ".cfg")).string();
     std::ofstream out(path);
     const int extremes[] = {INT_MIN, INT_MAX, 0, -1, 1};
+    auto value = [&](const ConfigField& f) {
+        switch (rng() % 4) {
+            case 0: return pick(extremes, rng);
+            case 1: return static_cast<int>(rng());
+            case 2: return f.range.min;
+            default: return f.range.max;
+        }
+    };
+    if (rng() % 2 == 0) {
+        for (const ConfigField& f : fields) {
+            if (f.name.ends_with("_min_depth")) out << f.name << ' ' << 1 + static_cast<int>(rng() % 3) << '\n';
+            if (f.name.ends_with("_max_depth")) out << f.name << ' ' << 6 + static_cast<int>(rng() % 20) << '\n';
+        }
+    }
     for (int k = static_cast<int>(rng() % 20) + 1; k > 0; --k) {
         const ConfigField& f = fields[rng() % fields.size()];
         out << f.name;
-        for (int i = 0; i < f.count; ++i) out << ' ' << (rng() % 2 ? pick(extremes, rng) : static_cast<int>(rng()));
+        for (int i = 0; i < f.count; ++i) out << ' ' << value(f);
         out << '\n';
     }
     if (rng() % 3 == 0) out << "auto_rescale_on_load 1 material_pawn " << pick(extremes, rng) << '\n';
     return path;
+}
+
+// A search the fuzzer waits for, deeper than every default minimum depth,
+// under one of the configurations; the node limit keeps it short whatever
+// the values switch off.
+std::vector<std::string> deep_search(std::mt19937_64& rng, const std::vector<std::string>& configs) {
+    return {"setoption name ConfigPath value " + configs[rng() % configs.size()],
+            rng() % 2 ? "position fen " + std::string(pick(Fens, rng)) : "position startpos moves" + random_game(rng, 30),
+            "go depth " + std::to_string(9 + rng() % 4) + " nodes " + std::to_string(20000 + rng() % 60000)};
 }
 
 std::string go_line(std::mt19937_64& rng) {
@@ -178,19 +212,24 @@ int main(int argc, char** argv) {
     init_zobrist();
     init_attacks();
     if (argc < 2) {
-        std::cerr << "Usage: uci_fuzz <engine> [rounds] [seed]\n";
+        std::cerr << "Usage: uci_fuzz <engine> [rounds] [seed] [seconds]\n";
         return 1;
     }
     const int rounds = argc > 2 ? std::atoi(argv[2]) : 300;
     std::mt19937_64 rng(argc > 3 ? std::strtoull(argv[3], nullptr, 10) : 1);
-    const auto dir = std::filesystem::temp_directory_path() / "morvane_uci_fuzz";
+    const long seconds = argc > 4 ? std::atol(argv[4]) : 0;
+    const auto start = std::chrono::steady_clock::now();
+    // One directory per process: runs of two builds may overlap.
+    const auto dir = std::filesystem::temp_directory_path() / ("morvane_uci_fuzz_" + std::to_string(::getpid()));
     std::filesystem::create_directories(dir);
     std::vector<std::string> configs;
     for (int i = 0; i < 8; ++i) configs.push_back(write_config(rng, dir, i));
 
     long lines = 0, crashes = 0, hangs = 0;
     auto engine = std::make_unique<test::EngineProcess>(argv[1]);
-    for (int round = 0; round < rounds; ++round) {
+    int round = 0;
+    for (; round < rounds; ++round) {
+        if (seconds > 0 && std::chrono::steady_clock::now() - start > std::chrono::seconds(seconds)) break;
         for (int k = static_cast<int>(rng() % 12) + 1; k > 0; --k, ++lines) {
             const std::string line = random_line(rng, configs);
             engine->send(line);
@@ -205,6 +244,13 @@ int main(int argc, char** argv) {
         engine->send("stop");
         engine->send("isready");
         bool alive = engine->wait_for("readyok", AnswerMs).has_value();
+        if (alive && round % 3 == 0) {
+            for (const std::string& line : deep_search(rng, configs)) {
+                engine->send(line);
+                ++lines;
+            }
+            alive = engine->wait_for("bestmove ", AnswerMs).has_value();
+        }
         if (alive) {
             engine->send("position startpos moves e2e4");
             engine->send("go depth 2");
@@ -222,7 +268,7 @@ int main(int argc, char** argv) {
     const auto status = engine->wait_exit(AnswerMs);
     if (!status || *status != 0) ++(status ? crashes : hangs);
     std::filesystem::remove_all(dir);
-    std::cout << "uci_fuzz: " << rounds << " rounds, " << lines << " lines, " << crashes << " crashes, " << hangs
+    std::cout << "uci_fuzz: " << round << " rounds, " << lines << " lines, " << crashes << " crashes, " << hangs
               << " hangs\n";
     return crashes || hangs ? 1 : 0;
 }

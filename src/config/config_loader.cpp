@@ -31,9 +31,19 @@ bool parse_int(const std::string& token, int& value) {
 // A configuration holds a few hundred entries; anything near a megabyte is
 // not one, and reading it would only stall the command loop.
 constexpr std::size_t maxConfigBytes = 1 << 20;
-// Past this many bad entries the file is plainly not a configuration: the
-// rest are only counted, so that stderr is not flooded.
+// Past this many bad entries, or this much text about them, the file is
+// plainly not a configuration: the rest are only counted, so that stderr is
+// not flooded.
 constexpr int maxShownProblems = 20;
+constexpr std::size_t maxShownProblemBytes = 4096;
+// A single token (or the path itself) can be a megabyte long; messages
+// quote only its beginning.
+constexpr std::size_t maxQuotedTokenChars = 80;
+constexpr std::size_t maxQuotedPathChars = 256;
+
+std::string quoted(const std::string& token, std::size_t limit = maxQuotedTokenChars) {
+    return token.size() <= limit ? token : token.substr(0, limit) + "...";
+}
 
 std::vector<std::string> read_tokens(std::istream& in) {
     std::vector<std::string> tokens;
@@ -113,9 +123,10 @@ void rescale_to_pawn_100(EngineConfig& config) {
               << " champs)\n";
 }
 
-bool load_config(const std::string& path, EngineConfig& config, int* loadedEntries) {
+bool load_config(const std::string& fullPath, EngineConfig& config, int* loadedEntries) {
+    const std::string path = quoted(fullPath, maxQuotedPathChars);  // as messages show it
     std::string content, problem;
-    switch (read_regular_file(path, maxConfigBytes, content, problem)) {
+    switch (read_regular_file(fullPath, maxConfigBytes, content, problem)) {
         case FileRead::Missing: return false;
         case FileRead::Refused:
             std::cerr << "info string " << path << " : fichier refuse (" << problem << "), configuration non chargee"
@@ -125,11 +136,22 @@ bool load_config(const std::string& path, EngineConfig& config, int* loadedEntri
     }
     std::istringstream file(content);
     const std::vector<std::string> tokens = read_tokens(file);
-    int problems = 0;
+    int problems = 0, shown = 0;
+    std::size_t shownBytes = 0;
+    bool silenced = false;
     auto report = [&](const std::string& text) {
-        if (++problems <= maxShownProblems) std::cerr << "info string " << path << " : " << text << '\n';
-        if (problems == maxShownProblems)
+        ++problems;
+        if (silenced) return;
+        const std::string line = "info string " + path + " : " + text + '\n';
+        if (shown < maxShownProblems && shownBytes + line.size() <= maxShownProblemBytes) {
+            std::cerr << line;
+            ++shown;
+            shownBytes += line.size();
+        }
+        if (shown == maxShownProblems || shown < problems) {
             std::cerr << "info string " << path << " : trop d'erreurs, les suivantes sont seulement comptees\n";
+            silenced = true;
+        }
     };
 
     const std::vector<ConfigField> fields = all_fields(config);
@@ -141,7 +163,7 @@ bool load_config(const std::string& path, EngineConfig& config, int* loadedEntri
     for (std::size_t i = 0; i < tokens.size();) {
         const auto it = byName.find(tokens[i]);
         if (it == byName.end()) {
-            report("cle inconnue ignoree \"" + tokens[i] + "\"");
+            report("cle inconnue ignoree \"" + quoted(tokens[i]) + "\"");
             ++i;
             continue;
         }
@@ -157,7 +179,7 @@ bool load_config(const std::string& path, EngineConfig& config, int* loadedEntri
         for (std::size_t k = 1; k <= n; ++k) {
             int v = 0;
             if (!parse_int(tokens[i + k], v)) {
-                report("valeur non entiere pour \"" + std::string(field.name) + "\" (\"" + tokens[i + k] +
+                report("valeur non entiere pour \"" + std::string(field.name) + "\" (\"" + quoted(tokens[i + k]) +
                        "\"), entree ignoree");
                 ++errors;
                 break;
@@ -172,7 +194,7 @@ bool load_config(const std::string& path, EngineConfig& config, int* loadedEntri
     }
     std::cerr << "info string " << path << " charge (" << loaded << " entrees";
     if (errors) std::cerr << ", " << errors << " erreurs ignorees";
-    if (problems > maxShownProblems) std::cerr << ", " << problems - maxShownProblems << " messages non affiches";
+    if (problems > shown) std::cerr << ", " << problems - shown << " messages non affiches";
     std::cerr << ")\n";
     if (loadedEntries) *loadedEntries = loaded;
 

@@ -9,6 +9,7 @@
 #include "eval/evaluate.h"
 #include "eval/see.h"
 #include "movegen/movegen.h"
+#include "search/bounded_score.h"
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/time_manager.h"
@@ -81,7 +82,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
     if (aborted() || time_to_stop(ctx.nodes)) return 0;
     // Extensions could in principle lengthen a line without end; the board
     // only keeps SEARCH_PLY_RESERVE plies above the root.
-    if (ply >= MAX_PLY - 1) return evaluate(board, alpha, beta);
+    if (ply >= MAX_PLY - 1) return bounded_score(evaluate(board, alpha, beta));
     PlyRecord& node = ctx.at(ply);
     PlyRecord& child = ctx.at(ply + 1);
     const PlyRecord& parent = ctx.at(ply - 1);
@@ -120,7 +121,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
     int eval = NO_EVAL;
     bool improving = true;
     if (!inCheck) {
-        eval = pruning ? evaluate(board, alpha, beta) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE);
+        eval = bounded_score(pruning ? evaluate(board, alpha, beta) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE));
         // Compared with the last evaluation of the same side; before the
         // root and in check there is none.
         const int twoBack = ctx.at(ply - 2).staticEval, fourBack = ctx.at(ply - 4).staticEval;
@@ -140,7 +141,8 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
         // Reverse futility: far above beta at shallow depth, assume it holds.
         if (c.rfp_enabled && depth <= c.rfp_max_depth && !is_mate_score(beta)) {
             const int margin = c.rfp_margin_per_depth * depth - (improving ? c.rfp_improving_margin_reduction : 0);
-            if (eval - margin >= beta) return eval - margin;
+            // beta is no mate, so the bounded score still fails high.
+            if (eval - margin >= beta) return bounded_score(std::int64_t{eval} - margin);
         }
         // Null move: if passing still fails high, the position is too good.
         if (c.null_move_enabled && !(c.pv_node_protection_enabled && pvNode) && depth >= 3 && !parent.nullMove &&
@@ -199,7 +201,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
         if (m == ttMove && c.singular_extensions_enabled && !excluded && ply >= 1 && tt && ttDepth >= depth - 3 &&
             (ttBound == BOUND_EXACT || ttBound == BOUND_LOWER) && depth >= c.singular_min_depth &&
             !is_mate_score(ttScore)) {
-            const int sBeta = ttScore - c.singular_margin_per_depth * depth;
+            const int sBeta = bounded_score(ttScore - std::int64_t{c.singular_margin_per_depth} * depth);
             // The verification searches this same node without the hash move.
             node.excluded = m;
             const int verificationDepth = depth / std::max(c.singular_reduction_divisor, 1);

@@ -16,6 +16,8 @@
 #include <stdexcept>
 #include <vector>
 
+#include "core/fd_write.h"
+
 namespace morvane {
 
 namespace {
@@ -35,17 +37,6 @@ struct Worker {
 constexpr std::size_t frameHeader = 2 * sizeof(std::uint64_t);
 // Far above any one position's outcome; more means a broken worker.
 constexpr std::uint64_t maxFrameText = std::uint64_t{1} << 24;
-
-bool write_all(int fd, const char* data, std::size_t size) {
-    while (size > 0) {
-        const ssize_t wrote = ::write(fd, data, size);
-        if (wrote < 0 && errno == EINTR) continue;
-        if (wrote <= 0) return false;
-        data += wrote;
-        size -= static_cast<std::size_t>(wrote);
-    }
-    return true;
-}
 
 bool read_all(int fd, char* data, std::size_t size) {
     while (size > 0) {
@@ -71,7 +62,7 @@ bool read_all(int fd, char* data, std::size_t size) {
             text = std::string("exception dans le processus de recherche : ") + e.what();
         }
         header[1] = text.size();
-        if (!write_all(out, reinterpret_cast<const char*>(header), sizeof header) ||
+        if (!write_all(out, header, sizeof header) ||
             !write_all(out, text.data(), text.size()))
             ::_exit(1);
     }
@@ -183,7 +174,7 @@ private:
             if (w.busy) continue;
             if (w.pid <= 0 && !spawn(workers_, w, work_)) continue;
             const std::uint64_t task = next_;
-            if (!write_all(w.toWorker, reinterpret_cast<const char*>(&task), sizeof task)) {
+            if (!write_all(w.toWorker, &task, sizeof task)) {
                 retire(w, "");  // died while idle: nothing lost, a new one is started next round
                 continue;
             }

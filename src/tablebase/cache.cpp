@@ -1,7 +1,8 @@
 // Cache extraction of the embedded tables. The temporary directory is shared
 // by every local user, so the cache is a directory of our own, checked
-// before use and then reached only through its descriptor: another user can
-// neither point it elsewhere nor plant a file in it. Every file is compared
+// before use and then reached only through its descriptor, by this code and
+// by the table reader: another user can neither point it elsewhere nor plant
+// a file in it. Every file is compared
 // byte for byte with its embedded copy at each start (a damaged table gives
 // wrong results without any other sign), and replaced through a temporary
 // file and a rename, so that engines starting together never read a file
@@ -18,6 +19,7 @@
 #include <iostream>
 #include <system_error>
 
+#include "core/fd_write.h"
 #include "tablebase/embedded.h"
 
 namespace morvane {
@@ -35,11 +37,12 @@ struct Fd {
     Fd& operator=(const Fd&) = delete;
 };
 
-// True when dir/name is a regular file holding exactly `data`.
+// True when dir/name is a regular file of ours holding exactly `data` (the
+// reader refuses a file of another user, so it is written again).
 bool holds_embedded_copy(int dirFd, const char* name, const unsigned char* data, std::size_t size) {
     Fd file(::openat(dirFd, name, O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat st;
-    if (file.fd < 0 || ::fstat(file.fd, &st) != 0 || !S_ISREG(st.st_mode) ||
+    if (file.fd < 0 || ::fstat(file.fd, &st) != 0 || !S_ISREG(st.st_mode) || st.st_uid != ::geteuid() ||
         static_cast<std::uint64_t>(st.st_size) != size)
         return false;
     unsigned char buffer[1 << 16];
@@ -49,17 +52,6 @@ bool holds_embedded_copy(int dirFd, const char* name, const unsigned char* data,
         if (got < 0 && errno == EINTR) continue;
         if (got <= 0 || std::memcmp(buffer, data + done, static_cast<std::size_t>(got)) != 0) return false;
         done += static_cast<std::size_t>(got);
-    }
-    return true;
-}
-
-bool write_all(int fd, const unsigned char* data, std::size_t size) {
-    while (size > 0) {
-        ssize_t put = ::write(fd, data, size);
-        if (put < 0 && errno == EINTR) continue;
-        if (put <= 0) return false;
-        data += put;
-        size -= static_cast<std::size_t>(put);
     }
     return true;
 }
@@ -129,7 +121,8 @@ const char* cache_dir_problem(const struct stat& st, uid_t user) {
     return nullptr;
 }
 
-std::string extract_embedded_to_cache() {
+std::string extract_embedded_to_cache(int* dirFdOut) {
+    if (dirFdOut) *dirFdOut = -1;
     const char* prefix = "info string Syzygy (repli embarque) : ";
     std::error_code ec;
     const std::filesystem::path tmp = std::filesystem::temp_directory_path(ec);
@@ -159,6 +152,7 @@ std::string extract_embedded_to_cache() {
     std::cerr << prefix << extracted << " fichier(s) extrait(s), " << cached << " deja en cache";
     if (failed > 0) std::cerr << ", " << failed << " ECHEC(s) d'ecriture";
     std::cerr << ", dossier=" << dir.string() << "\n";
+    if (dirFdOut) std::swap(*dirFdOut, dirFd.fd);
     return dir.string();
 }
 

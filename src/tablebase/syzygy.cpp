@@ -36,12 +36,13 @@ bool syzygy_init(const std::string& path) {
         std::cerr << "info string SyzygyPath \"" << path
                   << "\" : aucune tablebase utilisable, repli sur les donnees embarquees\n";
     }
-    std::string dir = extract_embedded_to_cache();
+    int dirFd = -1;
+    const std::string dir = extract_embedded_to_cache(&dirFd);
     if (dir.empty()) {
         tb_init("");
         return false;
     }
-    return tb_init(dir.c_str()) && TB_LARGEST > 0;
+    return tb_init_private_dir(dirFd, dir.c_str()) && TB_LARGEST > 0;
 }
 
 bool syzygy_probe_search(const Board& board, int ply, int& score) {

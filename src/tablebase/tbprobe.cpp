@@ -260,7 +260,16 @@ struct HashSlot {
 };
 HashSlot tbHash[1 << tbHashBits];
 
-std::vector<std::string> paths;
+// A directory tables are read from. A directory the user named is opened
+// by path, links followed, whoever owns its files. The private cache is
+// reached only through the descriptor of the directory that passed its
+// checks: renaming another directory in its place changes nothing, and a
+// link or a file of another user inside it is not a table of ours.
+struct TableDir {
+    std::string path;
+    int fd;  // -1: open by path
+};
+std::vector<TableDir> paths;
 int numPaths = 0;
 int numWdl = 0, numDtz = 0, numDtm = 0;
 unsigned TB_MaxCardinality = 0, TB_MaxCardinalityDTM = 0;
@@ -283,11 +292,22 @@ TbEntry* find_entry(std::uint64_t key) {
     return nullptr;
 }
 
+// Without O_NONBLOCK a FIFO planted under a table's name would hang.
+int open_in_private_dir(int dirFd, const std::string& file) {
+    int fd = ::openat(dirFd, file.c_str(), O_RDONLY | O_NONBLOCK | O_NOFOLLOW | O_CLOEXEC);
+    struct stat st;
+    if (fd >= 0 && (::fstat(fd, &st) != 0 || st.st_uid != ::geteuid())) {
+        ::close(fd);
+        return -1;
+    }
+    return fd;
+}
+
 int open_tb(const std::string& name, const char* suffix) {
-    for (const std::string& dir : paths) {
-        std::string file = dir + "/" + name + suffix;
-        // Without O_NONBLOCK a FIFO planted under a table's name would hang.
-        int fd = ::open(file.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    for (const TableDir& dir : paths) {
+        const std::string file = name + suffix;
+        const int fd = dir.fd >= 0 ? open_in_private_dir(dir.fd, file)
+                                   : ::open((dir.path + "/" + file).c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
         if (fd >= 0) return fd;
     }
     return -1;
@@ -718,6 +738,8 @@ void tb_free() {
     unmap_all(pieceEntries);
     unmap_all(pawnEntries);
     std::memset(tbHash, 0, sizeof(tbHash));
+    for (const TableDir& dir : paths)
+        if (dir.fd >= 0) ::close(dir.fd);
     paths.clear();
     numPaths = 0;
     numWdl = numDtz = numDtm = 0;
@@ -725,17 +747,10 @@ void tb_free() {
     TB_LARGEST = 0;
 }
 
-bool tb_init(const char* path) {
-    tb_free();
-    if (!path || !*path || std::strcmp(path, "<empty>") == 0) return true;
-    std::string all = path;
-    std::size_t start = 0;
-    while (start <= all.size()) {
-        std::size_t colon = all.find(':', start);
-        if (colon == std::string::npos) colon = all.size();
-        if (colon > start) paths.push_back(all.substr(start, colon - start));
-        start = colon + 1;
-    }
+namespace {
+
+// Registers every table found in `paths`.
+void register_tables() {
     numPaths = static_cast<int>(paths.size());
     if (!pieceEntries) {
         pieceEntries = new (std::nothrow) std::vector<TbEntry>();
@@ -789,6 +804,30 @@ bool tb_init(const char* path) {
             add_to_hash(&e, key_of_material(e.mat, true));
         }
     TB_LARGEST = std::max(TB_MaxCardinality, TB_MaxCardinalityDTM);
+}
+
+}  // namespace
+
+bool tb_init(const char* path) {
+    tb_free();
+    if (!path || !*path || std::strcmp(path, "<empty>") == 0) return true;
+    std::string all = path;
+    std::size_t start = 0;
+    while (start <= all.size()) {
+        std::size_t colon = all.find(':', start);
+        if (colon == std::string::npos) colon = all.size();
+        if (colon > start) paths.push_back({all.substr(start, colon - start), -1});
+        start = colon + 1;
+    }
+    register_tables();
+    return true;
+}
+
+bool tb_init_private_dir(int dirFd, const char* path) {
+    tb_free();
+    if (dirFd < 0) return false;
+    paths.push_back({path ? path : "", dirFd});
+    register_tables();
     return true;
 }
 

@@ -14,6 +14,11 @@ extern unsigned TB_LARGEST;
 // (Re)initialises the reader with directories separated by ':'; "" and
 // "<empty>" load nothing and succeed.
 bool tb_init(const char* path);
+// (Re)initialises the reader on one directory already checked and opened by
+// the caller, `path` naming it for messages only: the reader takes the
+// descriptor (closed by tb_free) and opens each table relative to it, never
+// through a link, and only when the file belongs to this user.
+bool tb_init_private_dir(int dirFd, const char* path);
 void tb_free();
 
 constexpr unsigned TB_LOSS = 0;

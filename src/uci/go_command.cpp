@@ -22,14 +22,16 @@ namespace morvane {
 namespace {
 
 // A keyword whose value is not a number is reported and skipped; the rest
-// of the command still applies, so a GUI always gets its bestmove.
+// of the command still applies, so a GUI always gets its bestmove. The
+// whole token must be the number: "1e30" or "12abc" are not 1 and 12.
 template <typename T>
 bool read_number(std::istringstream& in, const std::string& keyword, T& value) {
     std::string token;
     if (!(in >> token)) return false;
     T parsed{};
-    const auto [end, ec] = std::from_chars(token.data(), token.data() + token.size(), parsed);
-    if (ec != std::errc{} || end == token.data()) {
+    const char* last = token.data() + token.size();
+    const auto [end, ec] = std::from_chars(token.data(), last, parsed);
+    if (ec != std::errc{} || end != last) {
         std::cerr << "info string valeur invalide pour " << keyword << ": " << token << std::endl;
         return false;
     }
@@ -145,19 +147,27 @@ void cmd_go(Board& board, std::istringstream& rest) {
     SearchLimits limits;
     int perftDepth = -1;
     bool perft = false;
+    bool wtimeGiven = false, btimeGiven = false, movetimeGiven = false;
     std::string token;
     while (rest >> token) {
         if (token == "perft") perft = read_number(rest, token, perftDepth) || perft;
         else if (token == "depth") read_number(rest, token, limits.depth);
-        else if (token == "wtime") read_number(rest, token, limits.wtime);
-        else if (token == "btime") read_number(rest, token, limits.btime);
+        else if (token == "wtime") wtimeGiven = read_number(rest, token, limits.wtime) || wtimeGiven;
+        else if (token == "btime") btimeGiven = read_number(rest, token, limits.btime) || btimeGiven;
         else if (token == "winc") read_number(rest, token, limits.winc);
         else if (token == "binc") read_number(rest, token, limits.binc);
-        else if (token == "movetime") read_number(rest, token, limits.movetime);
+        else if (token == "movetime") movetimeGiven = read_number(rest, token, limits.movetime) || movetimeGiven;
         else if (token == "movestogo") read_number(rest, token, limits.movestogo);
         else if (token == "nodes") read_number(rest, token, limits.nodes);
         else if (token == "ponder") limits.ponder = true;
     }
+    // A clock below zero has flagged (some GUIs send one when lag ate the
+    // last milliseconds), and a negative move time leaves no time either:
+    // answer at once, with the one-ply search that still sees a hanging
+    // piece or a mate in one, rather than search without any limit.
+    const bool whiteToMove = board.side_to_move() == WHITE;
+    if ((whiteToMove ? wtimeGiven : btimeGiven) && (whiteToMove ? limits.wtime : limits.btime) < 0) limits.depth = 1;
+    if (movetimeGiven && limits.movetime < 0) limits.depth = 1;
     // Kings missing or doubled, pawns on a back rank, the side not to move
     // in check: no search can play such a position, and any move would be
     // nonsense to the GUI.

@@ -168,6 +168,29 @@ TEST_F(ConfigLoaderTest, ManyBadEntriesAreCountedNotAllPrinted) {
     EXPECT_EQ(config.material_rook, 600);
 }
 
+// One huge token, or many long ones under a long path: each message quotes
+// only the start of a token, and all of them together stay a few kilobytes.
+TEST_F(ConfigLoaderTest, HugeTokensAreQuotedShortAndTheOutputStaysSmall) {
+    const std::string huge(400000, 'k');
+    std::string err = load(huge + " material_rook 600 null_move_reduction " + huge);
+    EXPECT_NE(err.find(p() + " : cle inconnue ignoree \"" + huge.substr(0, 80) + "...\"\n"), std::string::npos);
+    EXPECT_NE(err.find(p() + " : valeur non entiere pour \"null_move_reduction\" (\"" + huge.substr(0, 80) +
+                       "...\"), entree ignoree\n"),
+              std::string::npos);
+    EXPECT_LT(err.size(), 1000u);
+    EXPECT_EQ(config.material_rook, 600);
+
+    const std::filesystem::path deep = scratch / std::string(200, 'd');
+    std::filesystem::create_directory(deep);
+    path = deep / (std::string(200, 'f') + ".cfg");
+    std::string entries;
+    for (int i = 0; i < 30; ++i) entries += "material_rook " + std::string(300, 'x') + ' ';
+    err = load(entries);
+    EXPECT_LT(err.size(), 6000u) << err.substr(0, 2000);
+    EXPECT_NE(err.find(" : trop d'erreurs, les suivantes sont seulement comptees\n"), std::string::npos);
+    EXPECT_NE(err.find(" messages non affiches)\n"), std::string::npos);
+}
+
 // The documented defaults file must give every key its default: loaded over
 // a record where every registered value is off by one, it must bring back a
 // default-constructed record, key by key, without a single complaint.

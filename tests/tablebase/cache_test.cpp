@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -89,6 +90,47 @@ TEST(TablebaseCache, PlantedFilesAndLinksAreNeverWrittenThrough) {
     EXPECT_EQ(read_file(victim / "precious.txt"), "keep me");
     EXPECT_FALSE(fs::is_symlink(tmp.cache() / "KBvK.rtbw"));
     EXPECT_TRUE(cache_matches_embedded(tmp.cache()));
+}
+
+// The reader reaches the tables only through the directory that passed the
+// checks: a directory renamed in its place afterwards, a link planted in it,
+// or (as the superuser can make one) a file of another user are refused.
+TEST(TablebaseCache, ReaderOpensTablesOnlyThroughTheCheckedDirectory) {
+    test::ScratchTmpdir tmp;
+    const std::string kqk = "8/8/8/8/4k3/8/1Q6/K7 w - - 0 1", krk = "8/8/8/8/4k3/8/1R6/K7 w - - 0 1";
+    std::string err;
+    int dirFd = -1;
+    testing::internal::CaptureStderr();
+    const std::string dir = extract_embedded_to_cache(&dirFd);
+    testing::internal::GetCapturedStderr();
+    ASSERT_EQ(dir, tmp.cache().string());
+    ASSERT_GE(dirFd, 0);
+
+    // A third user swaps in a directory of their own, full of broken tables.
+    const fs::path checked = tmp.path() / "checked-then-moved";
+    fs::rename(dir, checked);
+    fs::create_directory(dir);
+    test::for_each_embedded([&](const auto& f) { std::ofstream(fs::path(dir) / f.name) << std::string(16, 'x'); });
+    testing::internal::CaptureStderr();
+    EXPECT_TRUE(tb_init_private_dir(dirFd, dir.c_str()));
+    EXPECT_EQ(TB_LARGEST, 4u);
+    EXPECT_EQ(test::probe_wdl_fen(kqk), TB_WIN);
+    EXPECT_EQ(test::probe_wdl_fen(krk), TB_WIN);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+
+    // Inside the checked directory, a link to a sound copy of a table.
+    fs::copy_file(checked / "KQvK.rtbw", tmp.path() / "elsewhere.rtbw");
+    fs::remove(checked / "KQvK.rtbw");
+    fs::create_symlink(tmp.path() / "elsewhere.rtbw", checked / "KQvK.rtbw");
+    const bool root = geteuid() == 0;
+    if (root) {
+        ASSERT_EQ(chown((checked / "KRvK.rtbw").c_str(), 12345, 12345), 0);
+    }
+    tb_init_private_dir(::open(checked.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC), dir.c_str());
+    EXPECT_EQ(test::probe_wdl_fen(kqk), TB_RESULT_FAILED);
+    EXPECT_EQ(test::probe_wdl_fen(krk), root ? TB_RESULT_FAILED : TB_WIN);
+    EXPECT_EQ(test::probe_wdl_fen("8/8/8/8/4k3/8/1P6/K7 w - - 0 1"), TB_WIN);  // the rest still serves
+    tb_init("");
 }
 
 // Another user's directory under our cache name: refused, nothing written.

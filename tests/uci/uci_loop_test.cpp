@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <random>
 #include <sstream>
+#include <thread>
 
 #include "config/engine_config.h"
 #include "core/position_check.h"
 #include "search/search_flags.h"
 #include "support/capture.h"
+#include "support/test_positions.h"
+#include "uci/commands.h"
 #include "uci/uci_loop.h"
 
 using namespace morvane;
@@ -183,6 +187,42 @@ TEST_F(UciLoop, RandomFensNeverCorruptTheBoard) {
         } catch (const std::runtime_error&) {
             // Rejected: what was placed stays, and must hash as it stands.
             ASSERT_EQ(board.key(), board.compute_key()) << fen;
+        }
+    }
+}
+
+// Go values: the whole token must be a number in range, or it is reported
+// and skipped; a clock or move time below zero means no time is left, and
+// the answer must come without any "stop".
+TEST_F(UciLoop, GoValuesMustBeWholeNumbersAndNoTimeLeftAnswersAtOnce) {
+    run("position startpos");
+    for (const std::string bad : {"wtime 1e30", "depth 12abc", "btime 0x10", "nodes +5", "depth 99999999999"}) {
+        run("go " + bad + " depth 1");
+        stop_and_join_search();
+        const std::string keyword = bad.substr(0, bad.find(' '));
+        EXPECT_EQ(io.err(), "info string valeur invalide pour " + keyword + ": " + bad.substr(bad.find(' ') + 1) + "\n");
+        EXPECT_TRUE(io.out().ends_with("\n") && io.out().find("bestmove ") != std::string::npos) << bad;
+    }
+    for (const std::string& fen : {std::string(StartFen), std::string("4k3/8/8/8/8/8/3q4/4K3 w - - 0 1")}) {
+        for (const char* go : {"go wtime -5000 btime -5000", "go wtime -1", "go movetime -20 wtime 60000"}) {
+            run("position fen " + fen);
+            run(go);
+            const auto start = std::chrono::steady_clock::now();
+            while (g_searching.load() && std::chrono::steady_clock::now() - start < std::chrono::seconds(5))
+                std::this_thread::sleep_for(std::chrono::milliseconds(1));
+            EXPECT_FALSE(g_searching.load()) << go << " still searching";
+            stop_and_join_search();
+            const std::string out = io.out();
+            const auto at = out.find("bestmove ");
+            ASSERT_NE(at, std::string::npos) << go;
+            Board check;
+            check.set_fen(fen);
+            const std::string move = out.substr(at + 9, out.find('\n', at) - at - 9);
+            // The one-ply search still takes a queen giving check.
+            if (fen != StartFen) {
+                EXPECT_EQ(move, "e1d2") << go;
+            }
+            EXPECT_NE(test::find_move(check, move), NULL_MOVE) << go << ": " << move;
         }
     }
 }

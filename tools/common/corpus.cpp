@@ -8,18 +8,11 @@
 #include <iomanip>
 #include <sstream>
 
+#include "core/fd_write.h"
+
 namespace morvane {
 
 namespace {
-
-bool write_all(int fd, const std::string& text) {
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n <= 0) return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
-}
 
 std::string hex(std::uint64_t value) {
     std::ostringstream text;

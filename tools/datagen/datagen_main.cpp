@@ -18,6 +18,7 @@
 #include "common/worker_processes.h"
 #include "config/config_loader.h"
 #include "core/attacks.h"
+#include "core/fd_write.h"
 #include "core/zobrist.h"
 #include "datagen/corpus_jobs.h"
 #include "datagen/self_play.h"
@@ -55,15 +56,6 @@ struct Plan {
 long long share(long long total, int workers, int worker) {
     if (total < 0) return -1;
     return total / workers + (worker < total % workers ? 1 : 0);
-}
-
-bool write_all(int fd, const std::string& text) {
-    for (std::size_t done = 0; done < text.size();) {
-        const ssize_t n = ::write(fd, text.data() + done, text.size() - done);
-        if (n <= 0) return false;
-        done += static_cast<std::size_t>(n);
-    }
-    return true;
 }
 
 bool generate(const Plan& plan, int worker) {

@@ -12,6 +12,8 @@
 #include <map>
 #include <sstream>
 
+#include "core/fd_write.h"
+
 namespace spsa {
 
 namespace {
@@ -49,17 +51,6 @@ std::string state_text(const TunerState& s) {
     return out.str();
 }
 
-bool write_all(int fd, const std::string& text) {
-    std::size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t n = ::write(fd, text.data() + written, text.size() - written);
-        if (n < 0 && errno == EINTR) continue;
-        if (n <= 0) return false;
-        written += static_cast<std::size_t>(n);
-    }
-    return true;
-}
-
 // Makes the rename itself survive a power cut.
 void sync_directory(const std::string& path) {
     const std::string dir = std::filesystem::path(path).parent_path().string();
@@ -86,7 +77,7 @@ bool save_state(const std::string& path, const TunerState& state, std::string& e
         error = "cannot write " + temporary + ": " + std::strerror(errno);
         return false;
     }
-    const bool written = write_all(fd, state_text(state)) && ::fsync(fd) == 0;
+    const bool written = morvane::write_all(fd, state_text(state)) && ::fsync(fd) == 0;
     const int savedErrno = errno;
     const bool closed = ::close(fd) == 0;
     if (!written || !closed) {
