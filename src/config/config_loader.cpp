@@ -123,7 +123,7 @@ void rescale_to_pawn_100(EngineConfig& config) {
               << " champs)\n";
 }
 
-bool load_config(const std::string& fullPath, EngineConfig& config) {
+bool load_config(const std::string& fullPath, EngineConfig& config, int* loadedEntries) {
     const std::string path = quoted(fullPath, maxQuotedPathChars);  // as messages show it
     std::string content, problem;
     switch (read_regular_file(fullPath, maxConfigBytes, content, problem)) {
@@ -196,6 +196,7 @@ bool load_config(const std::string& fullPath, EngineConfig& config) {
     if (errors) std::cerr << ", " << errors << " erreurs ignorees";
     if (problems > shown) std::cerr << ", " << problems - shown << " messages non affiches";
     std::cerr << ")\n";
+    if (loadedEntries) *loadedEntries = loaded;
 
     enforce_bounds(path, config);
     if (config.auto_rescale_on_load && config.material_pawn != 100) {

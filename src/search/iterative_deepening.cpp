@@ -121,10 +121,14 @@ SearchResult iterative_deepening(Board& board, SearchContext& ctx, const SearchL
     // A node limit is one budget for the whole search: each root search
     // (aspiration re-searches included) may spend only what is left of it.
     std::uint64_t spent = 0;
+    // Several best moves: each depth is one full-window search of them all.
+    const bool severalLines = limits.multi_pv > 1;
+    std::vector<SearchResult> lines;
     auto search_within_budget = [&](int d, int lo, int hi) {
         if (limits.nodes)
             g_nodeBudget.store(limits.nodes > spent ? limits.nodes - spent : 0, std::memory_order_relaxed);
-        SearchResult r = search_root(board, ctx, d, lo, hi);
+        SearchResult r = severalLines ? search_root_lines(board, ctx, d, limits.multi_pv, lines)
+                                      : search_root(board, ctx, d, lo, hi);
         spent += r.nodes;
         return r;
     };
@@ -133,7 +137,7 @@ SearchResult iterative_deepening(Board& board, SearchContext& ctx, const SearchL
         const auto iterationStart = Clock::now();
         SearchResult iteration;
         std::uint64_t nodes = 0;
-        if (d > 1 && completed && !is_mate_score(best.score)) {
+        if (d > 1 && completed && !is_mate_score(best.score) && !severalLines) {
             const int p = best.score;
             int delta = std::max(g_config.aspiration_initial_delta, 1);
             int lo = std::max(p - delta, -INFINITE_SCORE), hi = std::min(p + delta, INFINITE_SCORE);
@@ -164,7 +168,14 @@ SearchResult iterative_deepening(Board& board, SearchContext& ctx, const SearchL
         completed = true;
         previousMs = static_cast<std::uint64_t>(
             std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - iterationStart).count());
-        if (on_iteration) on_iteration(best);
+        if (on_iteration && severalLines) {
+            for (SearchResult& line : lines) {
+                line.time_ms = best.time_ms;
+                on_iteration(line);
+            }
+        } else if (on_iteration) {
+            on_iteration(best);
+        }
         if (is_mate_score(best.score) || !best.best_move) break;
     }
     g_hasDeadline.store(false, std::memory_order_relaxed);

@@ -23,6 +23,7 @@ struct SearchLimits {
     int movestogo = 0;        // below 1: not given
     std::uint64_t nodes = 0;  // stop after about this many nodes; 0: no limit
     bool ponder = false;      // the caller sets the deadline later, at "ponderhit"
+    int multi_pv = 1;         // best moves reported per depth; above 1, each is searched exactly
 };
 
 struct SearchResult {
@@ -32,6 +33,7 @@ struct SearchResult {
     int depth = 0;
     std::uint64_t time_ms = 0;
     std::vector<Move> pv;
+    int multipv = 0;  // rank of this line among several best moves; 0 in a one-line search
 };
 
 using RootScores = std::vector<std::pair<Move, int>>;
@@ -46,6 +48,12 @@ SearchResult iterative_deepening(Board& board, SearchContext& ctx, const SearchL
 // score) pair per root move searched.
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta,
                          RootScores* rootScores = nullptr);
+
+// One depth at the root for the `count` best moves, each searched with a
+// full window above the weakest line kept. lines receives them best first;
+// the result is the best one, with the nodes of the whole depth.
+SearchResult search_root_lines(Board& board, SearchContext& ctx, int depth, int count,
+                               std::vector<SearchResult>& lines);
 
 // How a checking root move is extended. The root search spares a check by a
 // losing capture the extra ply and counts the ply against the line's

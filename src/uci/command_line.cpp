@@ -2,11 +2,13 @@
 
 #include <cerrno>
 #include <climits>
+#include <cstdint>
 #include <cstdlib>
 #include <iostream>
 #include <string>
 
 #include "config/config_loader.h"
+#include "search/bench.h"
 #include "sts/sts_runner.h"
 #include "uci/uci_loop.h"
 
@@ -90,6 +92,23 @@ void print_usage(const char* program) {
               << "  --timeout S : une recherche qui depasse S secondes est comptee en echec." << std::endl;
 }
 
+// "morvane bench [depth]": the bench tool's positions and node total, in
+// the form engine-testing frameworks read. Like the tool, it plays with the
+// built-in parameters and no endgame tables, so the totals agree.
+int run_bench_command(int argc, char** argv) {
+    int depth = 10;
+    if (argc > 2 && (!read_int_argument(argv[2], depth) || depth < 1)) {
+        std::cerr << "Usage: " << argv[0] << " bench [profondeur >= 1]" << std::endl;
+        return 1;
+    }
+    const BenchTotals totals = run_bench(depth, std::cout);
+    const auto ms = static_cast<std::uint64_t>(totals.seconds * 1000);
+    std::cout << "Nodes searched: " << totals.nodes
+              << "\nNodes/second: " << static_cast<std::uint64_t>(static_cast<double>(totals.nodes) / totals.seconds)
+              << "\nTime: " << ms << " ms" << std::endl;
+    return 0;
+}
+
 }  // namespace
 
 int run_command_line(int argc, char** argv) {
@@ -97,6 +116,7 @@ int run_command_line(int argc, char** argv) {
         uci_loop();
         return 0;
     }
+    if (std::string(argv[1]) == "bench") return run_bench_command(argc, argv);
     const BatchRequest req = parse_arguments(argc, argv);
     if (!req.unknown.empty())
         std::cerr << "info string argument non reconnu : " << req.unknown

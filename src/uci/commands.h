@@ -24,8 +24,9 @@ struct SearchResult;
 // must itself never throw, or the process would end without any answer.
 Move fallback_move(Board& board, int rootPly) noexcept;
 
-// Starts the one search thread on the loop's own board.
-void start_search_async(Board& board, const SearchLimits& limits);
+// Starts the one search thread on the loop's own board; its "bestmove"
+// names the expected reply too when namePonderMove is set.
+void start_search_async(Board& board, const SearchLimits& limits, bool namePonderMove = false);
 void print_info_line(const SearchResult& r);
 
 // Stops a running search and joins its thread; does nothing when none runs.

@@ -4,15 +4,18 @@
 #include <memory>
 #include <string>
 #include <thread>
+#include <vector>
 
 #include "core/notation.h"
 #include "core/position_check.h"
 #include "movegen/movegen.h"
+#include "search/pv_extension.h"
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/time_manager.h"
 #include "uci/commands.h"
 #include "uci/uci_loop.h"
+#include "uci/uci_settings.h"
 
 namespace morvane {
 
@@ -36,8 +39,27 @@ bool read_number(std::istringstream& in, const std::string& keyword, T& value) {
     return true;
 }
 
-void print_bestmove(Move best) {
-    std::cout << "bestmove " << (best ? move_to_uci(best) : std::string("0000")) << std::endl;
+void print_bestmove(Move best, Move ponder = NULL_MOVE) {
+    std::cout << "bestmove " << (best ? move_to_uci(best) : std::string("0000"))
+              << (ponder ? " ponder " + move_to_uci(ponder) : std::string()) << std::endl;
+}
+
+// The reply the engine expects to its best move: the variation's second
+// move, or the table's move after the best one.
+Move expected_reply(Board& board, const SearchResult& r) {
+    if (!r.best_move) return NULL_MOVE;
+    std::vector<Move> line = !r.pv.empty() && r.pv[0] == r.best_move ? r.pv : std::vector<Move>{r.best_move};
+    extend_pv_from_tt(board, line, 2);
+    return line.size() >= 2 ? line[1] : NULL_MOVE;
+}
+
+// Between iterations the board stands at the root, so the variation can be
+// completed from the table before it is shown.
+void print_whole_line(Board& board, const SearchResult& r) {
+    if (static_cast<int>(r.pv.size()) >= r.depth) return print_info_line(r);
+    SearchResult shown = r;
+    extend_pv_from_tt(board, shown.pv, r.depth);
+    print_info_line(shown);
 }
 
 // The search thread's context: large, so made once, at the first "go".
@@ -51,11 +73,14 @@ std::int64_t g_ponderAllowanceMs = -1;
 // The flag drops just before the answer goes out: a GUI sends its next
 // "position" and "go" as soon as it reads "bestmove", and they must not be
 // refused as if the search were still running.
-void search_thread_body(Board& board, SearchContext& ctx, SearchLimits limits) {
+void search_thread_body(Board& board, SearchContext& ctx, SearchLimits limits, bool namePonderMove) {
     const int rootPly = board.ply();
-    Move best = NULL_MOVE;
+    Move best = NULL_MOVE, ponder = NULL_MOVE;
     try {
-        best = iterative_deepening(board, ctx, limits, print_info_line).best_move;
+        const SearchResult result = iterative_deepening(
+            board, ctx, limits, [&board](const SearchResult& r) { print_whole_line(board, r); });
+        best = result.best_move;
+        if (namePonderMove) ponder = expected_reply(board, result);
     } catch (const std::exception& e) {
         std::cerr << "info string EXCEPTION pendant la recherche: " << e.what() << " -- repli sur le premier coup legal"
                   << std::endl;
@@ -72,7 +97,7 @@ void search_thread_body(Board& board, SearchContext& ctx, SearchLimits limits) {
     // Release: the board goes back to the UCI thread with every write of
     // the search visible to it.
     g_searching.store(false, std::memory_order_release);
-    print_bestmove(best);
+    print_bestmove(best, ponder);
 }
 
 }  // namespace
@@ -89,14 +114,15 @@ Move fallback_move(Board& board, int rootPly) noexcept {
 
 void print_info_line(const SearchResult& r) {
     const std::uint64_t nps = r.time_ms ? r.nodes * 1000 / r.time_ms : r.nodes;
-    std::string line = "info depth " + std::to_string(r.depth) + " score cp " + std::to_string(r.score) + " nodes " +
-                       std::to_string(r.nodes) + " nps " + std::to_string(nps) + " time " + std::to_string(r.time_ms) +
-                       " pv";
+    std::string line = "info depth " + std::to_string(r.depth) +
+                       (r.multipv ? " multipv " + std::to_string(r.multipv) : std::string()) + " score cp " +
+                       std::to_string(r.score) + " nodes " + std::to_string(r.nodes) + " nps " + std::to_string(nps) +
+                       " time " + std::to_string(r.time_ms) + " pv";
     for (Move m : r.pv) line += ' ' + move_to_uci(m);
     std::cout << line << std::endl;
 }
 
-void start_search_async(Board& board, const SearchLimits& limits) {
+void start_search_async(Board& board, const SearchLimits& limits, bool namePonderMove) {
     if (g_searchThread.joinable()) g_searchThread.join();
     g_stopRequested.store(false, std::memory_order_relaxed);
     // No deadline until the search sets one, or "ponderhit" does; a stale
@@ -106,7 +132,8 @@ void start_search_async(Board& board, const SearchLimits& limits) {
     g_pondering.store(limits.ponder, std::memory_order_relaxed);
     g_searching.store(true, std::memory_order_relaxed);
     if (!g_searchContext) g_searchContext = std::make_unique<SearchContext>();
-    g_searchThread = std::thread(search_thread_body, std::ref(board), std::ref(*g_searchContext), limits);
+    g_searchThread = std::thread(search_thread_body, std::ref(board), std::ref(*g_searchContext), limits,
+                                 namePonderMove);
 }
 
 void cmd_go(Board& board, std::istringstream& rest) {
@@ -157,7 +184,12 @@ void cmd_go(Board& board, std::istringstream& rest) {
         return;
     }
     if (limits.ponder) g_ponderAllowanceMs = allocate_time_ms(board, limits);
-    start_search_async(board, limits);
+    if (g_uciSettings.announcePending) {
+        announce_config(std::cout, g_uciSettings.config);
+        g_uciSettings.announcePending = false;
+    }
+    limits.multi_pv = g_uciSettings.multiPv;
+    start_search_async(board, limits, g_uciSettings.ponder);
 }
 
 void cmd_ponderhit() {

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstdint>
+#include <filesystem>
 #include <iostream>
 #include <stdexcept>
 
@@ -8,6 +10,7 @@
 #include "search/tt.h"
 #include "tablebase/syzygy.h"
 #include "uci/commands.h"
+#include "uci/uci_settings.h"
 
 namespace morvane {
 
@@ -23,14 +26,23 @@ bool check_value(const CheckOption& option) {
     return option.field ? g_config.*option.field != 0 : g_pruningEnabled.load(std::memory_order_relaxed);
 }
 
+constexpr int MaxMultiPv = 64;
+
+// Exactly "true" or "false"; anything else is reported and changes nothing.
+bool read_bool_option(const std::string& name, const std::string& value, bool& on) {
+    if (value == "true" || value == "false") {
+        on = value == "true";
+        return true;
+    }
+    std::cerr << "info string valeur booleenne invalide pour " << name << ": " << value << std::endl;
+    return false;
+}
+
 bool set_check_option(const std::string& name, const std::string& value) {
     for (const CheckOption& option : check_options()) {
         if (name != option.name) continue;
-        if (value != "true" && value != "false") {
-            std::cerr << "info string valeur booleenne invalide pour " << name << ": " << value << std::endl;
-            return true;
-        }
-        const bool on = value == "true";
+        bool on = false;
+        if (!read_bool_option(name, value, on)) return true;
         if (option.field) g_config.*option.field = on ? 1 : 0;
         else g_pruningEnabled.store(on, std::memory_order_relaxed);
         return true;
@@ -56,10 +68,27 @@ void set_config_path(const std::string& value) {
         std::cerr << "info string ConfigPath vide, ignore" << std::endl;
         return;
     }
-    const bool loaded = load_config(value, g_config);
+    int entries = 0;
+    const bool loaded = load_config(value, g_config, &entries);
+    if (loaded) {
+        std::error_code ec;
+        const std::filesystem::path absolute = std::filesystem::absolute(value, ec);
+        g_uciSettings.config = {ec ? value : absolute.lexically_normal().string(), entries};
+    }
     std::cerr << (loaded ? "info string configuration rechargee depuis "
                          : "info string impossible de charger la configuration depuis ")
               << '"' << value << '"' << std::endl;
+}
+
+// Lines per depth; out of range is brought to the nearest bound, as GUIs
+// expect of a spin option, and text that is no number is reported.
+void set_multi_pv(const std::string& value) {
+    try {
+        const long long lines = std::stoll(value, nullptr, 10);
+        g_uciSettings.multiPv = static_cast<int>(std::clamp<long long>(lines, 1, MaxMultiPv));
+    } catch (const std::exception&) {
+        std::cerr << "info string valeur MultiPV invalide: " << value << std::endl;
+    }
 }
 
 void set_syzygy_path(const std::string& value) {
@@ -77,6 +106,8 @@ void print_options(std::ostream& out) {
             << '\n';
     out << "option name SyzygyPath type string default <empty>\n";
     out << "option name ConfigPath type string default <empty>\n";
+    out << "option name Ponder type check default false\n";
+    out << "option name MultiPV type spin default 1 min 1 max " << MaxMultiPv << '\n';
 }
 
 void cmd_setoption(std::istringstream& rest) {
@@ -88,6 +119,8 @@ void cmd_setoption(std::istringstream& rest) {
     if (name == "Hash") set_hash_option(value);
     else if (name == "SyzygyPath") set_syzygy_path(value);
     else if (name == "ConfigPath") set_config_path(value);
+    else if (name == "MultiPV") set_multi_pv(value);
+    else if (name == "Ponder") read_bool_option(name, value, g_uciSettings.ponder);
     else if (!set_check_option(name, value)) std::cerr << "info string option inconnue: " << name << std::endl;
 }
 

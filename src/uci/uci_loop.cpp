@@ -3,10 +3,11 @@
 #include <iostream>
 #include <sstream>
 
-#include "config/config_loader.h"
+#include "config/config_locate.h"
 #include "search/tt.h"
 #include "tablebase/syzygy.h"
 #include "uci/commands.h"
+#include "uci/uci_settings.h"
 
 namespace morvane {
 
@@ -51,6 +52,7 @@ bool dispatch(Board& board, const std::string& command, std::istringstream& toke
         std::cout << "id name Morvane VORL 0.47\nid author Tallivern\n";
         print_options(std::cout);
         std::cout << "uciok" << std::endl;
+        announce_config(std::cout, g_uciSettings.config);
     } else if (command == "isready") {
         std::cout << "readyok" << std::endl;
     } else if (command == "stop") {
@@ -65,6 +67,7 @@ bool dispatch(Board& board, const std::string& command, std::istringstream& toke
         if (!refuse_while_searching("ucinewgame ignoree")) {
             board.set_fen(StartFen);
             tt_clear();
+            g_uciSettings.announcePending = true;
         }
     } else if (command == "setoption") {
         if (!refuse_while_searching("setoption ignoree")) cmd_setoption(tokens);
@@ -81,8 +84,10 @@ bool dispatch(Board& board, const std::string& command, std::istringstream& toke
 
 void uci_loop(std::istream& in) {
     Board board;
-    load_config("Morvane047.cfg", g_config);  // optional: a missing file is not reported
-    syzygy_init("");                          // the embedded tables, through the cache
+    // A GUI may start the engine in any folder: the file shipped beside the
+    // executable, or installed with it, is found too.
+    g_uciSettings.config = load_first_config(config_candidates(executable_dir()), g_config);
+    syzygy_init("");  // the embedded tables, through the cache
     std::string line;
     while (std::getline(in, line))
         if (!execute_uci_command(board, line)) break;

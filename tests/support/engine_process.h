@@ -25,11 +25,12 @@ inline SteadyClock::time_point in_ms(int ms) { return SteadyClock::now() + std::
 
 class EngineUnderTest : public EngineProcess {
 public:
-    // The engine under test by default. Its diagnostics go to the file
+    // The engine under test by default; a workdir starts it there, as a GUI
+    // starts it in a folder of its own. Its diagnostics go to the file
     // MORVANE_TEST_STDERR names, when set, for debugging a failure.
-    explicit EngineUnderTest(const char* exe = MORVANE_EXE) {
+    explicit EngineUnderTest(const char* exe = MORVANE_EXE, const char* workdir = nullptr) {
         const char* errorLog = std::getenv("MORVANE_TEST_STDERR");
-        start({exe}, "", errorLog ? errorLog : "");
+        start({exe}, workdir ? workdir : "", errorLog ? errorLog : "");
     }
 
     // A line the engine must read; it never blocks a test for long.

@@ -37,7 +37,12 @@ TEST_F(UciLoop, HandshakeAndReadiness) {
         io.out().starts_with("id name Morvane VORL 0.47\nid author Tallivern\n"
                              "option name Hash type spin default 16 min 1 max 2048\n"))
         << io.out();
-    EXPECT_TRUE(io.out().ends_with("uciok\n")) << io.out();
+    // Then the parameter file in use (none in this process), where a GUI's
+    // engine console shows it.
+    EXPECT_TRUE(
+        io.out().ends_with("uciok\ninfo string aucun fichier Morvane047.cfg trouve (repertoire courant, "
+                           "dossier de l'executable, dossier d'installation) : valeurs par defaut integrees\n"))
+        << io.out();
     run("isready");
     EXPECT_EQ(io.out(), "readyok\n");
     EXPECT_FALSE(execute_uci_command(board, "quit"));
