@@ -53,25 +53,30 @@ int search_root_move(Board& board, SearchContext& ctx, Move move, int depth, int
     return score;
 }
 
-SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta, RootScores* rootScores) {
-    SearchResult result;
-    result.depth = depth;
-    // A root in the tables is decided there: play their move unsearched.
+int order_root_moves(Board& board, SearchContext& ctx, ScoredMove* moves, SearchResult& result) {
     if (TbRootMove tb; syzygy_root_probe(board, tb)) {
         result.best_move = tb.move;
         result.score = tb.score;
         result.pv.assign(1, tb.move);
-        return result;
+        return 0;
     }
-    ScoredMove moves[MAX_MOVES];
     const int count = generate_legal(board, moves, false);
     if (count == 0) {
         result.score = board.checkers() ? -MATE_SCORE : 0;
-        return result;
+        return 0;
     }
     ctx.reset();
     const TTEntry* tt = g_tt.probe(board.key());
     score_moves(board, moves, count, ctx, 0, tt ? tt->move : NULL_MOVE, NULL_MOVE);
+    return count;
+}
+
+SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta, RootScores* rootScores) {
+    SearchResult result;
+    result.depth = depth;
+    ScoredMove moves[MAX_MOVES];
+    const int count = order_root_moves(board, ctx, moves, result);
+    if (count == 0) return result;
 
     // Below any score: the first move searched is always a best move, so a
     // root with legal moves never answers with the null move.

@@ -4,11 +4,9 @@
 // variation, while the others are refuted as cheaply as in a normal search.
 #include <algorithm>
 
-#include "movegen/movegen.h"
 #include "search/search.h"
 #include "search/search_flags.h"
 #include "search/tt.h"
-#include "tablebase/syzygy.h"
 
 namespace morvane {
 
@@ -17,23 +15,16 @@ SearchResult search_root_lines(Board& board, SearchContext& ctx, int depth, int 
     lines.clear();
     SearchResult result;
     result.depth = depth;
-    if (TbRootMove tb; syzygy_root_probe(board, tb)) {
-        result.best_move = tb.move;
-        result.score = tb.score;
-        result.pv.assign(1, tb.move);
-        lines.push_back(result);
-        lines.back().multipv = 1;
-        return result;
-    }
     ScoredMove moves[MAX_MOVES];
-    const int n = generate_legal(board, moves, false);
+    const int n = order_root_moves(board, ctx, moves, result);
     if (n == 0) {
-        result.score = board.checkers() ? -MATE_SCORE : 0;
+        // A table move is the one line there is; mate or stalemate has none.
+        if (result.best_move) {
+            lines.push_back(result);
+            lines.back().multipv = 1;
+        }
         return result;
     }
-    ctx.reset();
-    const TTEntry* tt = g_tt.probe(board.key());
-    score_moves(board, moves, n, ctx, 0, tt ? tt->move : NULL_MOVE, NULL_MOVE);
 
     const std::size_t wanted = static_cast<std::size_t>(std::max(count, 1));
     for (int i = 0; i < n; ++i) {

@@ -44,6 +44,12 @@ using RootScores = std::vector<std::pair<Move, int>>;
 SearchResult iterative_deepening(Board& board, SearchContext& ctx, const SearchLimits& limits,
                                  const std::function<void(const SearchResult&)>& on_iteration);
 
+// The root's legal moves in search order, with the heuristics reset, and
+// their count. Zero when nothing is left to search: a root in the tables is
+// decided there (their move, unsearched), and a root without moves is mate
+// or stalemate; `result` then holds the answer.
+int order_root_moves(Board& board, SearchContext& ctx, ScoredMove* moves, SearchResult& result);
+
 // One depth at the root. When rootScores is given, it receives one (move,
 // score) pair per root move searched.
 SearchResult search_root(Board& board, SearchContext& ctx, int depth, int alpha, int beta,
