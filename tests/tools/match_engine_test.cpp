@@ -204,10 +204,11 @@ TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
     EXPECT_FALSE(s.interrupted);
     EXPECT_LT(s.wdl.games(), 2 * SprtMinPairs + 4);
     EXPECT_EQ(s.wdl.wins, s.wdl.games());
-    // Only whole pairs count in the test; a game whose partner the stop cut
-    // short is still in the results.
+    // Only whole pairs count: a pair the stop cut short is neither scored
+    // nor written.
     EXPECT_EQ(s.pairs[0] + s.pairs[1] + s.pairs[2] + s.pairs[3], 0);
     EXPECT_GE(s.pairs[4], SprtMinPairs);
+    EXPECT_EQ(s.wdl.games(), 2 * s.pairs[4]);
     EXPECT_EQ(s.totals[1].moves, s.wdl.games());  // one (illegal) move per game
 
     const std::string pgn = morvane::test::read_file(config.pgnPath);

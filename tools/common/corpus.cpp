@@ -8,6 +8,7 @@
 #include <iomanip>
 #include <sstream>
 
+#include "common/replace_file.h"
 #include "core/fd_write.h"
 
 namespace morvane {
@@ -85,13 +86,9 @@ std::map<int, ChunkRecord> read_manifest(const std::string& dir, std::ostream& l
 
 bool store_chunk(const std::string& dir, ChunkRecord& record, const std::string& content, std::ostream& log) {
     record.checksum = checksum_of(content);
-    const std::string path = chunk_path(dir, record.index), temporary = path + ".part";
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    // The data must be on disk before the name says the chunk is complete.
-    const bool written = fd >= 0 && write_all(fd, content) && ::fsync(fd) == 0;
-    if (fd >= 0) ::close(fd);
-    if (!written || std::rename(temporary.c_str(), path.c_str()) != 0) {
-        log << "cannot write " << path << '\n';
+    const std::string path = chunk_path(dir, record.index);
+    if (std::string error; !replace_file(path, content, error, ".part")) {
+        log << error << '\n';
         return false;
     }
     const int manifest = ::open(manifest_path(dir).c_str(), O_WRONLY | O_CREAT | O_APPEND, 0644);

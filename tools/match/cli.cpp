@@ -167,6 +167,8 @@ CommandLine parse_command_line(const std::vector<std::string>& args) {
             m.concurrency = static_cast<int>(parse_integer(one(a), a, 1));
         } else if (a == "--pgn") {
             m.pgnPath = one(a);
+        } else if (a == "--state") {
+            m.statePath = one(a);
         } else if (a == "--sprt") {
             const auto v = values();
             if (v.size() != 2 && v.size() != 4) fail("--sprt takes elo0 elo1 [alpha beta]");
@@ -259,6 +261,12 @@ Options:
                     --sprt, until the test decides)
   --concurrency N   games played at once (default: the number of cores)
   --pgn FILE        appends every finished game to FILE
+  --state FILE      keeps the match's progress in FILE, replaced after
+                    every game pair; run the same command again to resume
+                    (only pairs played in full count, so at most the pairs
+                    in flight are replayed). Refused when the engines,
+                    openings, rules or SPRT bounds differ from the run that
+                    wrote it; --games may be raised.
   --sprt ELO0 ELO1 [ALPHA BETA]
                     sequential probability ratio test of the first engine
                     against the second, stopping when it decides. Bounds
@@ -285,7 +293,8 @@ number they stand at, which draw adjudication counts from).
 
 A crash, a hang, an illegal or unreadable move, or a fallen flag loses the
 game (draws it when the opponent cannot mate by any means); Ctrl-C stops
-the match, keeping the PGN written so far, and prints the summary.
+the match, keeping the PGN and the state written so far, and prints the
+summary.
 )";
 }
 

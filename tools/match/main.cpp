@@ -4,13 +4,16 @@
 #include <unistd.h>
 
 #include <ctime>
+#include <filesystem>
 #include <fstream>
+#include <sstream>
 #include <iostream>
 #include <stdexcept>
 
 #include "core/attacks.h"
 #include "core/zobrist.h"
 #include "match/cli.h"
+#include "match/match_state.h"
 #include "match/referee.h"
 
 using namespace match;
@@ -39,6 +42,29 @@ int make_openings(const CommandLine& cl) {
     }
     generate_openings(*cl.makeOpenings, out, std::cerr);
     return out ? 0 : 1;
+}
+
+// The progress of an earlier run of the same match, when --state names an
+// existing file. False, with the reason printed, when it cannot be used: a
+// state is never overwritten by a match it does not belong to.
+bool load_resumed_progress(const MatchConfig& config, MatchProgress& progress) {
+    if (config.statePath.empty() || !std::filesystem::exists(config.statePath)) return true;
+    std::ifstream in(config.statePath);
+    std::ostringstream text;
+    text << in.rdbuf();
+    std::string error;
+    if (!in || !parse_progress(text.str(), progress, error)) {
+        std::cerr << "match: cannot resume from " << config.statePath << ": " << error << '\n';
+        return false;
+    }
+    if (progress.fingerprint != match_fingerprint(config)) {
+        std::cerr << "match: " << config.statePath
+                  << " belongs to a match with other engines, openings, rules or SPRT bounds; give another --state\n";
+        return false;
+    }
+    std::cerr << "match: resuming " << config.statePath << ", " << progress.summary.wdl.games() << " games in "
+              << progress.donePairs.size() << " pairs already played\n";
+    return true;
 }
 
 }  // namespace
@@ -88,6 +114,8 @@ int main(int argc, char** argv) {
         }
         engine.quit();
     }
+    MatchProgress resumed;
+    if (!load_resumed_progress(config, resumed)) return 1;
     config.header.date = today();
     config.liveLine = isatty(STDERR_FILENO);
 
@@ -98,7 +126,7 @@ int main(int argc, char** argv) {
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
 
-    const MatchSummary summary = run_match(config, g_stop, std::cerr);
+    const MatchSummary summary = run_match(config, g_stop, std::cerr, resumed);
     print_summary(summary, config, std::cout);
     return 0;
 }

@@ -8,6 +8,9 @@
 #include <sstream>
 #include <thread>
 
+#include "common/replace_file.h"
+#include "match/match_state.h"
+
 namespace match {
 
 namespace {
@@ -58,9 +61,13 @@ std::string logged_progress_line(const MatchSummary& s, const MatchConfig& confi
 
 }  // namespace
 
-MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::ostream& progress) {
-    MatchSummary summary;
-    std::mutex mutex;  // guards summary, the PGN file and the progress output
+MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::ostream& progress,
+                       const MatchProgress& resumed) {
+    MatchProgress state = resumed;
+    state.fingerprint = match_fingerprint(config);
+    MatchSummary& summary = state.summary;
+    const double secondsBefore = summary.seconds;
+    std::mutex mutex;  // guards the state, the PGN file and the progress output
     std::ofstream pgn;
     if (!config.pgnPath.empty()) {
         pgn.open(config.pgnPath, std::ios::app);
@@ -69,7 +76,16 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
     const auto start = SteadyClock::now();
     const int pairCount = (config.games + 1) / 2;
     std::atomic<int> nextPair{0};
-    std::int64_t lastReported = 0;  // games at the last progress line, without a live line
+    std::int64_t lastReported = summary.wdl.games();  // games at the last progress line, without a live line
+    bool stateFailed = false;
+
+    auto update_verdict = [&] {
+        if (!config.sprt) return;
+        summary.llr = sprt_llr(summary.pairs, *config.sprt);
+        summary.verdict = sprt_verdict(summary.pairs, summary.llr, *config.sprt);
+        if (summary.verdict != SprtVerdict::Continue) stop.store(true);
+    };
+    update_verdict();  // a resumed test may have decided already
 
     // Called with the mutex held once a game is over; whiteEngine is the
     // index of the engine that had White. Returns the first engine's points.
@@ -95,38 +111,44 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
             pgn << to_pgn(game, header) << std::flush;
             summary.pgnFailed |= !pgn;
         }
-        summary.seconds = duration<double>(SteadyClock::now() - start).count();
         return firstPoints;
+    };
+
+    auto save_state = [&] {
+        if (config.statePath.empty() || stateFailed) return;
+        std::string error;
+        if (!morvane::replace_file(config.statePath, progress_text(state), error)) {
+            stateFailed = true;  // said once; the match itself goes on
+            progress << (config.liveLine ? "\n" : "") << "match: the state cannot be saved: " << error << '\n';
+        }
     };
 
     auto worker = [&] {
         UciEngine engines[2] = {UciEngine(config.engines[0]), UciEngine(config.engines[1])};
         for (;;) {
-            const int pair = nextPair.fetch_add(1);
+            int pair = nextPair.fetch_add(1);
+            while (resumed.donePairs.count(pair)) pair = nextPair.fetch_add(1);
             if (pair >= pairCount || stop.load()) break;
             const std::string& fen = config.openings[static_cast<std::size_t>(pair) % config.openings.size()];
-            double points[2] = {0, 0};
+            GameRecord games[2];
             bool complete = true;
-            for (int g = 0; g < 2; ++g) {
-                const int whiteEngine = g;  // the first engine has White in the pair's first game
-                GameRecord game = play_game(engines[whiteEngine], engines[1 - whiteEngine], fen, config.rules, stop);
-                if (game.interrupted) {
-                    complete = false;
-                    break;
-                }
-                std::lock_guard lock(mutex);
-                points[g] = record_game(game, whiteEngine, 2 * pair + g + 1);
-                if (config.liveLine) progress << '\r' << progress_line(summary, config) << "   " << std::flush;
+            for (int g = 0; g < 2 && complete; ++g) {
+                // The first engine has White in the pair's first game.
+                games[g] = play_game(engines[g], engines[1 - g], fen, config.rules, stop);
+                complete = !games[g].interrupted;
             }
             if (!complete) break;
             std::lock_guard lock(mutex);
+            double points[2];
+            for (int g = 0; g < 2; ++g) points[g] = record_game(games[g], g, 2 * pair + g + 1);
             ++summary.pairs[pair_index(points[0], points[1])];
-            if (config.sprt) {
-                summary.llr = sprt_llr(summary.pairs, *config.sprt);
-                summary.verdict = sprt_verdict(summary.pairs, summary.llr, *config.sprt);
-                if (summary.verdict != SprtVerdict::Continue) stop.store(true);
-            }
-            if (!config.liveLine && summary.wdl.games() >= lastReported + 20) {
+            summary.seconds = secondsBefore + duration<double>(SteadyClock::now() - start).count();
+            state.donePairs.insert(pair);
+            update_verdict();
+            save_state();
+            if (config.liveLine) {
+                progress << '\r' << progress_line(summary, config) << "   " << std::flush;
+            } else if (summary.wdl.games() >= lastReported + 20) {
                 lastReported = summary.wdl.games();
                 progress << logged_progress_line(summary, config) << '\n';
             }
@@ -135,9 +157,10 @@ MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::
     };
 
     std::vector<std::thread> threads;
-    for (int i = 0; i < std::max(config.concurrency, 1); ++i) threads.emplace_back(worker);
+    if (!stop.load())
+        for (int i = 0; i < std::max(config.concurrency, 1); ++i) threads.emplace_back(worker);
     for (auto& t : threads) t.join();
-    summary.seconds = duration<double>(SteadyClock::now() - start).count();
+    summary.seconds = secondsBefore + duration<double>(SteadyClock::now() - start).count();
     summary.interrupted = summary.verdict == SprtVerdict::Continue && stop.load();
     if (config.liveLine) progress << '\n';
     return summary;

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <map>
 #include <optional>
+#include <set>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -27,6 +28,7 @@ struct MatchConfig {
     std::string pgnPath;  // empty: no PGN file
     PgnHeader header;
     bool liveLine = false;  // redraw the progress line in place
+    std::string statePath;  // empty: no resumable state is written
 };
 
 struct EngineTotals {
@@ -46,9 +48,20 @@ struct MatchSummary {
     bool pgnFailed = false;
 };
 
+// Where a match stands: the tallies of the game pairs played so far.
+struct MatchProgress {
+    std::uint64_t fingerprint = 0;  // of the settings that decide the games
+    std::set<int> donePairs;
+    MatchSummary summary;  // tallies of the pairs in donePairs
+};
+
 // Plays until the games are done, the SPRT decides, or `stop` is raised
-// (by Ctrl-C). Progress lines go to `progress`.
-MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::ostream& progress);
+// (by Ctrl-C), skipping the pairs `resumed` has played and counting on from
+// its tallies. Games are scored by whole pairs: a pair cut off by `stop`
+// counts for nothing. With a state path, the progress is written there after
+// every pair. Progress lines go to `progress`.
+MatchSummary run_match(const MatchConfig& config, std::atomic<bool>& stop, std::ostream& progress,
+                       const MatchProgress& resumed = {});
 
 void print_summary(const MatchSummary& summary, const MatchConfig& config, std::ostream& out);
 

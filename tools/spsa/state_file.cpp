@@ -1,18 +1,11 @@
 #include "spsa/state_file.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
-#include <filesystem>
 #include <fstream>
 #include <iomanip>
 #include <map>
 #include <sstream>
 
-#include "core/fd_write.h"
+#include "common/replace_file.h"
 
 namespace spsa {
 
@@ -51,15 +44,6 @@ std::string state_text(const TunerState& s) {
     return out.str();
 }
 
-// Makes the rename itself survive a power cut.
-void sync_directory(const std::string& path) {
-    const std::string dir = std::filesystem::path(path).parent_path().string();
-    const int fd = ::open(dir.empty() ? "." : dir.c_str(), O_RDONLY | O_DIRECTORY);
-    if (fd < 0) return;
-    ::fsync(fd);
-    ::close(fd);
-}
-
 template <typename T>
 bool read_number(const std::map<std::string, std::string>& fields, const std::string& name, T& value) {
     const auto it = fields.find(name);
@@ -71,27 +55,7 @@ bool read_number(const std::map<std::string, std::string>& fields, const std::st
 }  // namespace
 
 bool save_state(const std::string& path, const TunerState& state, std::string& error) {
-    const std::string temporary = path + ".tmp";
-    const int fd = ::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (fd < 0) {
-        error = "cannot write " + temporary + ": " + std::strerror(errno);
-        return false;
-    }
-    const bool written = morvane::write_all(fd, state_text(state)) && ::fsync(fd) == 0;
-    const int savedErrno = errno;
-    const bool closed = ::close(fd) == 0;
-    if (!written || !closed) {
-        error = "cannot write " + temporary + ": " + std::strerror(written ? errno : savedErrno);
-        ::unlink(temporary.c_str());
-        return false;
-    }
-    if (std::rename(temporary.c_str(), path.c_str()) != 0) {
-        error = "cannot rename " + temporary + " to " + path + ": " + std::strerror(errno);
-        ::unlink(temporary.c_str());
-        return false;
-    }
-    sync_directory(path);
-    return true;
+    return morvane::replace_file(path, state_text(state), error);
 }
 
 bool load_state(const std::string& path, TunerState& state, std::string& error) {
