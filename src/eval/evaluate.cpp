@@ -1,6 +1,7 @@
 #include "eval/evaluate.h"
 
 #include <algorithm>
+#include <optional>
 
 #include "eval/eval_terms.h"
 
@@ -110,32 +111,42 @@ int apply_opposite_bishops(const Board& board, int egDiff) {
     return egDiff * g_config.opposite_bishop_scale_pct / 100;
 }
 
-}  // namespace
+// The lazy exits: a partial score so far outside the window that the terms
+// still to come cannot bring it back is returned as it is.
+bool lazy_allowed(int phase) { return g_config.lazy_eval_enabled && phase >= g_config.lazy_eval_min_phase; }
 
-int evaluate(const Board& board, int alpha, int beta) {
+bool first_exit(int partial, int phase, int pawnCount, int alpha, int beta) {
     const EngineConfig& c = g_config;
+    const int margin = c.lazy_eval_tier1_margin_min + (24 - phase) * c.lazy_eval_tier1_margin_per_missing_phase +
+                       (16 - pawnCount) * c.lazy_eval_tier1_margin_per_missing_pawn;
+    return lazy_allowed(phase) && c.lazy_eval_tier1_enabled && outside_window(partial, alpha, beta, margin);
+}
+
+bool second_exit(int partial, int phase, int alpha, int beta) {
+    const EngineConfig& c = g_config;
+    const int margin = c.lazy_eval_margin_min + (24 - phase) * c.lazy_eval_margin_per_missing_phase;
+    return lazy_allowed(phase) && c.lazy_eval_tier2_enabled && outside_window(partial, alpha, beta, margin);
+}
+
+// Evaluates from scratch, writing each stage's score into `r` as it is
+// reached.
+int evaluate_recorded(const Board& board, int alpha, int beta, EvalRecord& r) {
     const int pawnCount = popcount(board.pieces(WHITE, PAWN) | board.pieces(BLACK, PAWN));
 
     EvalState s(board);
     set_piece_values(s, pawnCount);
     add_material_and_tables(s);
-
-    const bool lazy = c.lazy_eval_enabled && s.phase >= c.lazy_eval_min_phase;
-    if (lazy && c.lazy_eval_tier1_enabled) {
-        const int partial = blend_now(s);
-        const int margin = c.lazy_eval_tier1_margin_min + (24 - s.phase) * c.lazy_eval_tier1_margin_per_missing_phase +
-                           (16 - pawnCount) * c.lazy_eval_tier1_margin_per_missing_pawn;
-        if (outside_window(partial, alpha, beta, margin)) return partial;
-    }
+    r.material = blend_now(s);
+    r.phase = static_cast<std::uint8_t>(s.phase);
+    r.pawnCount = static_cast<std::uint8_t>(pawnCount);
+    r.stages = 1;
+    if (first_exit(r.material, s.phase, pawnCount, alpha, beta)) return r.material;
 
     s.pawns = &probe_pawn_entry(board);
-    if (c.pawn_structure_enabled) apply_pawn_structure(s);
-
-    if (lazy && c.lazy_eval_tier2_enabled) {
-        const int partial = blend_now(s);
-        const int margin = c.lazy_eval_margin_min + (24 - s.phase) * c.lazy_eval_margin_per_missing_phase;
-        if (outside_window(partial, alpha, beta, margin)) return partial;
-    }
+    if (g_config.pawn_structure_enabled) apply_pawn_structure(s);
+    r.structure = blend_now(s);
+    r.stages = 2;
+    if (second_exit(r.structure, s.phase, alpha, beta)) return r.structure;
 
     apply_mobility(s);
     apply_king_safety(s);
@@ -151,7 +162,35 @@ int evaluate(const Board& board, int alpha, int beta) {
     int egDiff = s.eg[WHITE] - s.eg[BLACK];
     egDiff = apply_initiative(board, egDiff);
     egDiff = apply_opposite_bishops(board, egDiff);
-    return blend(mgDiff, egDiff, s.phase, board.side_to_move());
+    r.full = blend(mgDiff, egDiff, s.phase, board.side_to_move());
+    r.stages = 3;
+    return r.full;
+}
+
+// The answer a new evaluation would give for this window, when the record
+// reached the stage that decides it.
+std::optional<int> replay(const EvalRecord& r, int alpha, int beta) {
+    if (first_exit(r.material, r.phase, r.pawnCount, alpha, beta)) return r.material;
+    if (r.stages < 2) return std::nullopt;
+    if (second_exit(r.structure, r.phase, alpha, beta)) return r.structure;
+    if (r.stages < 3) return std::nullopt;
+    return r.full;
+}
+
+}  // namespace
+
+int evaluate(const Board& board, int alpha, int beta) {
+    EvalRecord unused;
+    return evaluate_recorded(board, alpha, beta, unused);
+}
+
+int evaluate(const Board& board, int alpha, int beta, EvalCache& cache) {
+    EvalRecord& r = cache.slot(board.key());
+    if (cache.holds(r, board.key()))
+        if (const std::optional<int> score = replay(r, alpha, beta)) return *score;
+    r.key = board.key();
+    r.generation = cache.generation;
+    return evaluate_recorded(board, alpha, beta, r);
 }
 
 }  // namespace morvane

@@ -82,7 +82,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
     if (aborted() || time_to_stop(ctx.nodes)) return 0;
     // Extensions could in principle lengthen a line without end; the board
     // only keeps SEARCH_PLY_RESERVE plies above the root.
-    if (ply >= MAX_PLY - 1) return bounded_score(evaluate(board, alpha, beta));
+    if (ply >= MAX_PLY - 1) return bounded_score(evaluate(board, alpha, beta, ctx.evalCache));
     PlyRecord& node = ctx.at(ply);
     PlyRecord& child = ctx.at(ply + 1);
     const PlyRecord& parent = ctx.at(ply - 1);
@@ -121,7 +121,7 @@ int negamax(Board& board, SearchContext& ctx, int ply, int depth, int alpha, int
     int eval = NO_EVAL;
     bool improving = true;
     if (!inCheck) {
-        eval = bounded_score(pruning ? evaluate(board, alpha, beta) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE));
+        eval = bounded_score(pruning ? evaluate(board, alpha, beta, ctx.evalCache) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE, ctx.evalCache));
         // Compared with the last evaluation of the same side; before the
         // root and in check there is none.
         const int twoBack = ctx.at(ply - 2).staticEval, fourBack = ctx.at(ply - 4).staticEval;

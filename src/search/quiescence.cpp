@@ -19,7 +19,7 @@ int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta) {
     assert(-INFINITE_SCORE <= alpha && alpha < beta && beta <= INFINITE_SCORE && "a non-empty window");
     ++ctx.nodes;
     if (g_abort.load(std::memory_order_relaxed) || time_to_stop(ctx.nodes)) return 0;
-    if (ply >= MAX_PLY - 1) return bounded_score(evaluate(board, alpha, beta));  // the board's ply reserve
+    if (ply >= MAX_PLY - 1) return bounded_score(evaluate(board, alpha, beta, ctx.evalCache));  // the board's ply reserve
     if (board.is_repetition() || board.state().halfmove > 99) return 0;
 
     ScoredMove moves[MAX_MOVES];
@@ -27,7 +27,7 @@ int quiescence(Board& board, SearchContext& ctx, int ply, int alpha, int beta) {
         if (board.is_insufficient_material()) return 0;
         const bool pruning = g_pruningEnabled.load(std::memory_order_relaxed);
         const int standPat =
-            bounded_score(pruning ? evaluate(board, alpha, beta) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE));
+            bounded_score(pruning ? evaluate(board, alpha, beta, ctx.evalCache) : evaluate(board, -INFINITE_SCORE, INFINITE_SCORE, ctx.evalCache));
         if (standPat >= beta) return standPat;
         int best = standPat;
         int a = std::max(standPat, alpha);

@@ -19,6 +19,7 @@ void SearchContext::reset() {
         r.pvLength = 0;
     }
     nodes = 0;
+    ++evalCache.generation;
 }
 
 }  // namespace morvane

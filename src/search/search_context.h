@@ -1,5 +1,6 @@
 // Per-search memory: the move-ordering heuristics (killers, histories,
-// countermoves) and the stack of per-ply records along the current line.
+// countermoves), the stack of per-ply records along the current line, and
+// the evaluations made so far.
 #pragma once
 
 #include <cassert>
@@ -7,6 +8,7 @@
 
 #include "core/board.h"
 #include "core/score.h"
+#include "eval/eval_cache.h"
 
 namespace morvane {
 
@@ -38,6 +40,7 @@ struct SearchContext {
     int captureHistory[16][64][7];
     PlyRecord stack[MAX_PLY + STACK_OFFSET];
     std::uint64_t nodes;  // of the current root search
+    EvalCache evalCache;
 
     PlyRecord& at(int ply) {
         assert(ply >= -STACK_OFFSET && ply < MAX_PLY && "a ply the stack holds");

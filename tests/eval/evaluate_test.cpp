@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <memory>
+
 #include "eval/see.h"
 #include "support/eval_fixture.h"
 #include "support/mirror.h"
@@ -59,6 +61,32 @@ TEST_F(EvalTest, StartPositionIsBalancedAndLazyExitsReturnPartialScores) {
     // Phase 0 (kings and pawns): never lazy.
     const int pawnEnding = eval("4k3/pppp4/8/8/8/8/PPP5/4K3 w - - 0 1");
     EXPECT_EQ(evaluate(board, 2000, 2001), pawnEnding);
+}
+
+// The search's cache must answer every window exactly as a new evaluation
+// would, whichever stage an earlier call of the position stopped at, and
+// forget everything at a new search, when the weights may have changed.
+TEST_F(EvalTest, TheSearchCacheAnswersAsANewEvaluationWould) {
+    g_config.lazy_eval_tier1_enabled = 1;
+    g_config.lazy_eval_min_phase = 0;
+    std::mt19937_64 rng(5);
+    std::vector<std::string> fens;
+    test::walk_random_games(board, rng, 30, 60, [&](Board& b, const ScoredMove*, int) { fens.push_back(b.fen()); });
+    ASSERT_GT(fens.size(), 1000u);
+    const auto cache = std::make_unique<EvalCache>();
+    for (int search = 0; search < 2; ++search) {
+        ++cache->generation;
+        for (const auto& fen : fens) {
+            board.set_fen(fen);
+            for (int call = 0; call < 4; ++call) {
+                const int alpha = static_cast<int>(rng() % 1600) - 800;
+                const int beta = alpha + 1 + static_cast<int>(rng() % 200);
+                ASSERT_EQ(evaluate(board, alpha, beta, *cache), evaluate(board, alpha, beta)) << fen;
+            }
+        }
+        g_config.material_knight += 90;  // weights change between searches only
+        g_config.mobility_knight_mg += 20;
+    }
 }
 
 TEST_F(EvalTest, PawnCountAdjustsMinorPieces) {
