@@ -20,16 +20,30 @@ struct EvalRecord {
     std::uint8_t stages;  // how many of the three scores were reached
 };
 
+// A king's pawn shelter depends on the pawns, the king's square and its
+// castling rights alone, which change far less often than the position.
+struct ShelterRecord {
+    std::uint64_t key;  // the pawn key mixed with the king's square, colour and rights
+    std::uint32_t generation;
+    std::int32_t score;
+};
+
 // Records belong to one search: a new generation at each root search
 // invalidates them all without clearing the table, and no record survives a
 // change of weights, which can only happen between searches.
 struct EvalCache {
     static constexpr std::size_t Size = std::size_t{1} << 16;
+    static constexpr std::size_t ShelterSize = std::size_t{1} << 12;
     EvalRecord records[Size];
+    ShelterRecord shelters[ShelterSize];
     std::uint32_t generation = 0;
 
     EvalRecord& slot(std::uint64_t key) { return records[key & (Size - 1)]; }
-    bool holds(const EvalRecord& r, std::uint64_t key) const { return r.key == key && r.generation == generation; }
+    ShelterRecord& shelter_slot(std::uint64_t key) { return shelters[key & (ShelterSize - 1)]; }
+    template <typename Record>
+    bool holds(const Record& r, std::uint64_t key) const {
+        return r.key == key && r.generation == generation;
+    }
 };
 
 }  // namespace morvane

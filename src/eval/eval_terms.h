@@ -4,6 +4,7 @@
 
 #include "config/engine_config.h"
 #include "core/board.h"
+#include "eval/eval_cache.h"
 #include "eval/pawn_table.h"
 
 namespace morvane {
@@ -19,6 +20,7 @@ struct PieceAttacks {
 struct EvalState {
     const Board& board;
     const PawnEntry* pawns = nullptr;  // probed only once the first lazy exit is passed
+    EvalCache* cache = nullptr;        // the search's, when there is one
     int mg[2] = {0, 0};
     int eg[2] = {0, 0};
     int phase = 0;
@@ -29,7 +31,7 @@ struct EvalState {
     Bitboard attacksByType[2][7] = {};
     PieceAttacks pieceAttacks[2][7];
 
-    explicit EvalState(const Board& b) : board(b) {}
+    EvalState(const Board& b, EvalCache* c) : board(b), cache(c) {}
 
     void add(Color c, int mgValue, int egValue) {
         mg[c] += mgValue;

@@ -11,27 +11,24 @@ namespace {
 
 constexpr int PhaseWeight[7] = {0, 0, 1, 1, 2, 4, 0};
 
-const int* pst_mg(const EngineConfig& c, int type) {
-    switch (type) {
-        case PAWN: return c.pst_pawn_mg;
-        case KNIGHT: return c.pst_knight_mg;
-        case BISHOP: return c.pst_bishop_mg;
-        case ROOK: return c.pst_rook_mg;
-        case QUEEN: return c.pst_queen_mg;
-        default: return c.pst_king_mg;
-    }
-}
+using PieceSquareTable = const int (EngineConfig::*)[64];
 
-const int* pst_eg(const EngineConfig& c, int type) {
-    switch (type) {
-        case PAWN: return c.pst_pawn_eg;
-        case KNIGHT: return c.pst_knight_eg;
-        case BISHOP: return c.pst_bishop_eg;
-        case ROOK: return c.pst_rook_eg;
-        case QUEEN: return c.pst_queen_eg;
-        default: return c.pst_king_eg;
-    }
-}
+// The tables by piece type, read through member pointers: an index instead
+// of a switch on the type for every piece of every evaluation.
+constexpr PieceSquareTable PstMg[7] = {nullptr,
+                                       &EngineConfig::pst_pawn_mg,
+                                       &EngineConfig::pst_knight_mg,
+                                       &EngineConfig::pst_bishop_mg,
+                                       &EngineConfig::pst_rook_mg,
+                                       &EngineConfig::pst_queen_mg,
+                                       &EngineConfig::pst_king_mg};
+constexpr PieceSquareTable PstEg[7] = {nullptr,
+                                       &EngineConfig::pst_pawn_eg,
+                                       &EngineConfig::pst_knight_eg,
+                                       &EngineConfig::pst_bishop_eg,
+                                       &EngineConfig::pst_rook_eg,
+                                       &EngineConfig::pst_queen_eg,
+                                       &EngineConfig::pst_king_eg};
 
 // Fewer pawns make knights weaker and bishops stronger.
 void set_piece_values(EvalState& s, int pawnCount) {
@@ -56,8 +53,8 @@ void add_material_and_tables(EvalState& s) {
         int mg = 0, eg = 0;
         const int flip = c == WHITE ? 0 : 56;
         for (int type = PAWN; type <= KING; ++type) {
-            const int* mgTable = pst_mg(g_config, type);
-            const int* egTable = pst_eg(g_config, type);
+            const int* mgTable = g_config.*PstMg[type];
+            const int* egTable = g_config.*PstEg[type];
             const Bitboard set = s.pieces(c, type);
             const int count = popcount(set);
             mg += s.value[type] * count;
@@ -129,11 +126,11 @@ bool second_exit(int partial, int phase, int alpha, int beta) {
 }
 
 // Evaluates from scratch, writing each stage's score into `r` as it is
-// reached.
-int evaluate_recorded(const Board& board, int alpha, int beta, EvalRecord& r) {
+// reached; `cache`, when given, serves the king shelters.
+int evaluate_recorded(const Board& board, int alpha, int beta, EvalRecord& r, EvalCache* cache) {
     const int pawnCount = popcount(board.pieces(WHITE, PAWN) | board.pieces(BLACK, PAWN));
 
-    EvalState s(board);
+    EvalState s(board, cache);
     set_piece_values(s, pawnCount);
     add_material_and_tables(s);
     r.material = blend_now(s);
@@ -181,7 +178,7 @@ std::optional<int> replay(const EvalRecord& r, int alpha, int beta) {
 
 int evaluate(const Board& board, int alpha, int beta) {
     EvalRecord unused;
-    return evaluate_recorded(board, alpha, beta, unused);
+    return evaluate_recorded(board, alpha, beta, unused, nullptr);
 }
 
 int evaluate(const Board& board, int alpha, int beta, EvalCache& cache) {
@@ -190,7 +187,7 @@ int evaluate(const Board& board, int alpha, int beta, EvalCache& cache) {
         if (const std::optional<int> score = replay(r, alpha, beta)) return *score;
     r.key = board.key();
     r.generation = cache.generation;
-    return evaluate_recorded(board, alpha, beta, r);
+    return evaluate_recorded(board, alpha, beta, r, &cache);
 }
 
 }  // namespace morvane

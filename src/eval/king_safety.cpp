@@ -87,6 +87,17 @@ int best_shelter(const EvalState& s, Color us, Square k) {
     return best;
 }
 
+// The same, looked up in the search's cache when there is one.
+int cached_best_shelter(const EvalState& s, Color us, Square k) {
+    if (!s.cache) return best_shelter(s, us, k);
+    const int rights = s.board.state().castling & (us == WHITE ? WHITE_OO | WHITE_OOO : BLACK_OO | BLACK_OOO);
+    const std::uint64_t situation = static_cast<std::uint64_t>((us * 64 + k) * 16 + rights + 1);
+    const std::uint64_t key = s.board.pawn_key() ^ (situation * 0x9E3779B97F4A7C15ULL);
+    ShelterRecord& r = s.cache->shelter_slot(key);
+    if (!s.cache->holds(r, key)) r = {key, s.cache->generation, best_shelter(s, us, k)};
+    return r.score;
+}
+
 // A pawn that is itself defended by a pawn (part of a chain) and stands
 // within three ranks of the enemy king on its wing prepares a breakthrough.
 // Such storms need heavy pieces to follow, so they count less without them.
@@ -218,7 +229,7 @@ void apply_king_safety(EvalState& s) {
     for (Color us : {WHITE, BLACK}) {
         const Square k = s.board.king_square(us);
         if (c.king_shelter_enabled && k != NO_SQUARE && king_at_home(us, k)) {
-            shelter[us] = best_shelter(s, us, k);
+            shelter[us] = cached_best_shelter(s, us, k);
             s.mg[us] += shelter[us];
         }
         if (c.chain_storm_enabled) chain_storm(s, us);

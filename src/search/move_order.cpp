@@ -52,16 +52,24 @@ int material_difference(const Board& b) {
     return std::abs(diff);
 }
 
-// Quiet-move score adjusted by the configured king-threat variant.
+// Whether the configured king-threat variant can change a quiet move's
+// score in this position; decided once per node, as it does not depend on
+// the move.
+bool king_threats_scored(const Board& b) {
+    const int variant = g_config.king_threat_bonus_enabled;
+    if (variant < 3 || variant > 13 || variant == 8 || variant == 9 || variant == 12) return false;
+    // This variant only rewards checks against a king without pieces: the
+    // attack test is spared in every other position.
+    return variant != 13 || non_pawn_count(b, b.side_to_move() ^ 1) == 0;
+}
+
+// Quiet-move score adjusted by the configured king-threat variant, in a
+// position where king_threats_scored holds.
 int king_threat_adjusted(const Board& b, Move m, int h) {
     const EngineConfig& c = g_config;
     const Color us = b.side_to_move(), them = us ^ 1;
     const int variant = c.king_threat_bonus_enabled;
-    if (variant < 3 || variant > 13 || variant == 8 || variant == 9 || variant == 12) return h;
     const bool bareOpponent = non_pawn_count(b, them) == 0;
-    // This variant only rewards checks against a king without pieces: the
-    // attack test is spared in every other position.
-    if (variant == 13 && !bareOpponent) return h;
     const bool check = move_threatens_king(b, m, us, true);
     auto zone = [&] { return move_threatens_king(b, m, us, false); };
     auto quiet_middlegame = [&] {
@@ -114,6 +122,13 @@ void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx,
     const Color us = board.side_to_move();
     const Square prevTo = prevMove ? move_to(prevMove) : NO_SQUARE;
     const bool opening = c.recapture_bonus_disabled_in_opening && prevMove && is_opening_position(board);
+    // Looked up once for the node: an empty slot holds the null move, which
+    // equals no generated move.
+    const Move killer0 = ply < MAX_PLY ? ctx.killers[ply][0] : NULL_MOVE;
+    const Move killer1 = ply < MAX_PLY ? ctx.killers[ply][1] : NULL_MOVE;
+    const Move counter = c.countermove_enabled && prevMove ? ctx.countermove[board.piece_on(prevTo)][prevTo] : NULL_MOVE;
+    const bool threatsScored = king_threats_scored(board);
+    const auto& history = ctx.history[us];
     for (int i = 0; i < count; ++i) {
         ScoredMove& sm = moves[i];
         const Move m = sm.move;
@@ -144,14 +159,15 @@ void score_moves(Board& board, ScoredMove* moves, int count, SearchContext& ctx,
             sm.score = ex + term + (good ? 1000000 : -900000);
             continue;
         }
-        if (ply < MAX_PLY && m == ctx.killers[ply][0]) {
+        if (m == killer0) {
             sm.score = 900000;
-        } else if (ply < MAX_PLY && m == ctx.killers[ply][1]) {
+        } else if (m == killer1) {
             sm.score = 890000;
-        } else if (c.countermove_enabled && prevMove && m == ctx.countermove[board.piece_on(prevTo)][prevTo]) {
+        } else if (m == counter) {
             sm.score = c.countermove_bonus_score;
         } else {
-            sm.score = king_threat_adjusted(board, m, ctx.history[us][move_from(m)][move_to(m)]);
+            const int h = history[move_from(m)][move_to(m)];
+            sm.score = threatsScored ? king_threat_adjusted(board, m, h) : h;
         }
     }
     std::sort(moves, moves + count, [](const ScoredMove& a, const ScoredMove& b) { return a.score > b.score; });

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <bit>
+#include <cstring>
+#include <type_traits>
 
 namespace morvane {
 
@@ -17,7 +19,10 @@ void TranspositionTable::resize_mb(int megabytes) {
     resize_entries(std::bit_floor(static_cast<std::size_t>(megabytes) * 65536));
 }
 
-void TranspositionTable::clear() { std::fill(entries.begin(), entries.end(), TTEntry{}); }
+// An empty entry is all zero bytes, and a byte fill is many times faster
+// than a copy of the entry into every slot.
+static_assert(std::is_trivially_copyable_v<TTEntry>);
+void TranspositionTable::clear() { std::memset(entries.data(), 0, entries.size() * sizeof(TTEntry)); }
 
 void TranspositionTable::store(std::uint64_t key, int score, Move move, int depth, int bound, int ply) {
     TTEntry& e = entries[key & mask];

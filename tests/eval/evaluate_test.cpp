@@ -63,12 +63,14 @@ TEST_F(EvalTest, StartPositionIsBalancedAndLazyExitsReturnPartialScores) {
     EXPECT_EQ(evaluate(board, 2000, 2001), pawnEnding);
 }
 
-// The search's cache must answer every window exactly as a new evaluation
-// would, whichever stage an earlier call of the position stopped at, and
-// forget everything at a new search, when the weights may have changed.
+// The search's cache (whole evaluations and king shelters) must answer
+// every window exactly as a new evaluation would, whichever stage an earlier
+// call of the position stopped at, and forget everything at a new search,
+// when the weights may have changed.
 TEST_F(EvalTest, TheSearchCacheAnswersAsANewEvaluationWould) {
     g_config.lazy_eval_tier1_enabled = 1;
     g_config.lazy_eval_min_phase = 0;
+    g_config.king_shelter_enabled = 1;
     std::mt19937_64 rng(5);
     std::vector<std::string> fens;
     test::walk_random_games(board, rng, 30, 60, [&](Board& b, const ScoredMove*, int) { fens.push_back(b.fen()); });
@@ -86,6 +88,7 @@ TEST_F(EvalTest, TheSearchCacheAnswersAsANewEvaluationWould) {
         }
         g_config.material_knight += 90;  // weights change between searches only
         g_config.mobility_knight_mg += 20;
+        g_config.king_shelter_bonus_per_pawn += 15;
     }
 }
 
