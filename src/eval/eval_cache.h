@@ -1,9 +1,10 @@
-// Evaluations already made during one search. Iterative deepening walks
-// most of the previous iteration's tree again, and transpositions bring the
-// same positions back within an iteration, so many evaluations repeat. A
-// record keeps each stage's score (the lazy exits' partial scores and the
-// full one), so that a later call with another window gets exactly the
-// answer a new evaluation would give, and the tree stays the same.
+// Evaluations already made during one search. A node searched again with
+// another window (the re-searches of late moves and of the principal
+// variation, null-move verification, transpositions close together) asks for
+// the same evaluation again soon after. A record keeps each stage's score
+// (the lazy exits' partial scores and the full one), so that a later call
+// with another window gets exactly the answer a new evaluation would give,
+// and the tree stays the same.
 #pragma once
 
 #include <cstdint>
@@ -31,8 +32,12 @@ struct ShelterRecord {
 // Records belong to one search: a new generation at each root search
 // invalidates them all without clearing the table, and no record survives a
 // change of weights, which can only happen between searches.
+//
+// Most repeats come within a few thousand evaluations, so a small table that
+// stays in the processor's cache serves nearly all of them: measured on the
+// bench, 65,536 records found barely more than 4,096 and ran slower.
 struct EvalCache {
-    static constexpr std::size_t Size = std::size_t{1} << 16;
+    static constexpr std::size_t Size = std::size_t{1} << 12;
     static constexpr std::size_t ShelterSize = std::size_t{1} << 12;
     EvalRecord records[Size];
     ShelterRecord shelters[ShelterSize];

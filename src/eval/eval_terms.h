@@ -25,10 +25,12 @@ struct EvalState {
     int eg[2] = {0, 0};
     int phase = 0;
     int value[7] = {0, 0, 0, 0, 0, 0, 0};  // piece values of this call, by type
-    // Filled by the mobility pass, read by king safety and threats.
-    Bitboard attackMap[2] = {0, 0};
-    Bitboard attackedTwice[2] = {0, 0};  // by two or more of a colour's pawns and pieces, king included
-    Bitboard attacksByType[2][7] = {};
+    // Written by the mobility pass before any term reads them (for knights
+    // to queens only), so left uninitialised: zeroing them at every
+    // evaluation, lazy exits included, would cost more.
+    Bitboard attackMap[2];
+    Bitboard attackedTwice[2];  // by two or more of a colour's pawns and pieces, king included
+    Bitboard attacksByType[2][7];
     PieceAttacks pieceAttacks[2][7];
 
     EvalState(const Board& b, EvalCache* c) : board(b), cache(c) {}

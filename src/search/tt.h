@@ -3,7 +3,8 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
+#include <cstdlib>
+#include <memory>
 
 #include "core/score.h"
 #include "core/types.h"
@@ -31,19 +32,24 @@ public:
     void clear();
 
     const TTEntry* probe(std::uint64_t key) const {
-        const TTEntry& e = entries[key & mask];
+        const TTEntry& e = entries_[key & mask_];
         return e.key == key && e.bound != BOUND_NONE ? &e : nullptr;
     }
     // Starts loading the entry's cache line, so that a probe made a little
     // later (by the child node, after its draw tests) does not wait on memory.
-    void prefetch(std::uint64_t key) const { __builtin_prefetch(&entries[key & mask]); }
+    void prefetch(std::uint64_t key) const { __builtin_prefetch(&entries_[key & mask_]); }
     void store(std::uint64_t key, int score, Move move, int depth, int bound, int ply);
-    std::size_t size() const { return entries.size(); }
-
-    std::vector<TTEntry> entries;
-    std::uint64_t mask = 0;
+    std::size_t size() const { return mask_ + 1; }
 
 private:
+    struct Free {
+        void operator()(TTEntry* p) const { std::free(p); }
+    };
+    std::unique_ptr<TTEntry[], Free> entries_;
+    std::uint64_t mask_ = 0;
+
+    // Throws std::bad_alloc, leaving the table as it was, when the memory
+    // cannot be had.
     void resize_entries(std::size_t count);
 };
 
