@@ -63,10 +63,8 @@ TEST_F(EvalTest, StartPositionIsBalancedAndLazyExitsReturnPartialScores) {
     EXPECT_EQ(evaluate(board, 2000, 2001), pawnEnding);
 }
 
-// The search's cache (whole evaluations and king shelters) must answer
-// every window exactly as a new evaluation would, whichever stage an earlier
-// call of the position stopped at, and forget everything at a new search,
-// when the weights may have changed.
+// Whichever lazy stage an earlier call stopped at, and after the weights
+// change between searches.
 TEST_F(EvalTest, TheSearchCacheAnswersAsANewEvaluationWould) {
     g_config.lazy_eval_tier1_enabled = 1;
     g_config.lazy_eval_min_phase = 0;

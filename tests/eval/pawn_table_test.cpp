@@ -1,6 +1,4 @@
-// The pawn table serves an entry only to the pawn structure that wrote it:
-// another structure landing in the same slot, or a slot never written,
-// must be recomputed, never read.
+// An entry serves only the pawn structure that wrote it.
 #include <gtest/gtest.h>
 
 #include <cstring>

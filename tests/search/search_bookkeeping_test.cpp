@@ -1,7 +1,5 @@
 // The search's bookkeeping, where a slip costs strength silently rather
-// than failing loudly: move ordering and the cut-off heuristics, mate
-// scores through the transposition table, the clock's stop rules, and the
-// node budget across aspiration re-searches.
+// than failing loudly.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -30,9 +30,8 @@ using test::read_file;
 
 namespace {
 
-// Times vary from run to run; everything else must match to the letter.
-// They stand in "temps=<ms>ms" in the text report, and three CSV fields
-// before the "oui"/"non" column.
+// Times vary from run to run ("temps=<ms>ms", and the CSV field three
+// before "oui"/"non"); everything else must match to the letter.
 std::string without_times(const std::string& text) {
     static const std::regex textTime("temps=\\d+ms"), csvTime(",\\d+(,[^,\\n]*,[^,\\n]*,(oui|non),)");
     return std::regex_replace(std::regex_replace(text, textTime, "temps=Tms"), csvTime, ",T$1");
@@ -48,6 +47,55 @@ const char* threeMates =
     "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd7; id \"b\";\n"
     "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#; id \"c\";\n";
 
+// A few dozen positions of every kind: solved or not, partial credit, a
+// move the file names wrongly, no id, and lines no search can play.
+std::string mixed_suite() {
+    const char* fens[] = {
+        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -",
+        "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
+        "rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq -",
+        "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ -",
+        "2rq1rk1/pb2bppp/1pn1pn2/3p4/2PP4/1PN1PN2/PB2BPPP/2RQ1RK1 b - -",
+        "8/8/4k3/8/2K5/3P4/8/8 w - -",
+    };
+    std::string text;
+    for (int i = 0; i < 30; ++i) {
+        text += std::string(fens[i % 6]);
+        switch (i % 5) {
+        case 0: text += " bm Rd8#; id \"p" + std::to_string(i) + "\";\n"; break;
+        case 1: text += " bm O-O Kd4; c0 \"O-O=10, Kd4=7, d4=3\"; id \"p" + std::to_string(i) + "\";\n"; break;
+        case 2: text += " bm d4 Kb5 Rd7;\n"; break;  // no id: keyed by its line
+        case 3: text += " bm Zz9; id \"p" + std::to_string(i) + "\";\n"; break;
+        default: text += " bm a3 a6 Kc5; id \"p" + std::to_string(i) + "\";\n"; break;
+        }
+        if (i % 11 == 4) text += "8/8/8/8/8/8/8/8 w - - bm e4; id \"no king " + std::to_string(i) + "\";\n";
+        if (i % 13 == 6) text += "6k1/5ppp/8/8/8/8/5PxP/3R2K1 w - - bm Rd8#; id \"bad " + std::to_string(i) + "\";\n";
+    }
+    return text;
+}
+
+// Standard error without the lines naming the reports or the speed.
+std::string progress_of(const std::string& err) {
+    std::istringstream lines(err);
+    std::string kept;
+    for (std::string line; std::getline(lines, line);)
+        if (line.rfind("Rapport ", 0) != 0 && line.rfind("Cadence : ", 0) != 0) kept += line + "\n";
+    return kept;
+}
+
+// Middlegames deep enough for a run to be caught part-way.
+std::string castling_suite(int count) {
+    const char* fens[] = {"r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
+                          "rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq -",
+                          "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ -",
+                          "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ -",
+                          "2rq1rk1/pb2bppp/1pn1pn2/3p4/2PP4/1PN1PN2/PB2BPPP/2RQ1RK1 w - -",
+                          "r1b2rk1/2q1bppp/p2ppn2/1p6/3BPP2/2N2B2/PPPQ2PP/R4R1K w - -"};
+    std::string text;
+    for (int i = 0; i < count; ++i) text += std::string(fens[i % 6]) + " bm O-O; id \"p" + std::to_string(i) + "\";\n";
+    return text;
+}
+
 class StsRunnerTest : public ::testing::Test {
 protected:
     test::ScratchDir scratch;
@@ -55,6 +103,21 @@ protected:
     std::string write_suite(const std::string& text) {
         std::ofstream(dir + "suite.epd") << text;
         return dir + "suite.epd";
+    }
+
+    // One process at depth 3: what every other way of running must give.
+    StsRunOptions run;
+    std::string oneTxt, oneCsv, oneErr;
+    std::string run_mixed_suite_in_one_process() {
+        const std::string suite = write_suite(mixed_suite());
+        test::CapturedStreams io;
+        run.depth = 3;
+        run.outputBase = dir + "one";
+        EXPECT_TRUE(run_sts_suite(suite, run));
+        oneErr = io.err();
+        oneTxt = without_times(read_file(dir + "one.txt"));
+        oneCsv = without_times(read_file(dir + "one.csv"));
+        return suite;
     }
 };
 
@@ -102,13 +165,7 @@ TEST_F(StsRunnerTest, ReportsEveryKindOfAnswer) {
 }
 
 TEST_F(StsRunnerTest, KilledRunResumesToTheSameTotals) {
-    const std::string suite = write_suite(
-        "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - bm O-O; id \"p0\";\n"
-        "rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq - bm O-O; id \"p1\";\n"
-        "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ - bm O-O; id \"p2\";\n"
-        "r2q1rk1/pp1nbppp/2p1pn2/3p4/2PP1B2/2N1PN2/PPQ2PPP/R3KB1R w KQ - bm O-O; id \"p3\";\n"
-        "2rq1rk1/pb2bppp/1pn1pn2/3p4/2PP4/1PN1PN2/PB2BPPP/2RQ1RK1 w - - bm O-O; id \"p4\";\n"
-        "r1b2rk1/2q1bppp/p2ppn2/1p6/3BPP2/2N2B2/PPPQ2PP/R4R1K w - - bm O-O; id \"p5\";\n");
+    const std::string suite = write_suite(castling_suite(6));
     test::CapturedStreams io;
     run_sts_suite(suite, 7, 0, dir + "full", false);
 
@@ -166,9 +223,6 @@ TEST_F(StsRunnerTest, UnplayableLinesAreScoredAsNotSolvedAndTheRunGoesOn) {
     EXPECT_NE(io.err().find("Aucune position valide chargee depuis "), std::string::npos);
 }
 
-// --continue trusts only rows this runner could have written: forged rows
-// are reported and left out, and a row cut by a killed run is removed
-// before the resumed run appends.
 TEST_F(StsRunnerTest, ContinueTrustsOnlyWellFormedRows) {
     const std::string suite = write_suite(threeMates);
     test::CapturedStreams io;
@@ -178,8 +232,7 @@ TEST_F(StsRunnerTest, ContinueTrustsOnlyWellFormedRows) {
     std::vector<std::string> rows;
     for (std::string row; std::getline(lines, row);) rows.push_back(row + "\n");
     ASSERT_EQ(rows.size(), 4u);
-    // Row "a" stands; "b" is forged five ways; "c" was being written when
-    // the run died.
+    // Row "a" stands; "b" is forged five ways; "c" was cut when the run died.
     const std::string forged = rows[0] + rows[1] +
                                "\"b\",\"Rd7\",\"Rd8#\",d1d8,29999,999,10,1,39,0,,,non,2,2\n"
                                "\"b\",\"Rd7\",\"Rd8#\",d1d8,29999,-5,10,1,39,0,,,non,2,2\n"
@@ -201,16 +254,13 @@ TEST_F(StsRunnerTest, ContinueTrustsOnlyWellFormedRows) {
     EXPECT_NE(err.find("Derniere ligne de " + path + " incomplete"), std::string::npos);
     EXPECT_NE(err.find("1 position(s) deja testee(s)"), std::string::npos);
     EXPECT_EQ(score_total(read_file(dir + "cut.txt")), score_total(read_file(dir + "full.txt")));
-    // What was appended starts on a line of its own: every row of the file
-    // is now sound, and the torn fragment is gone.
+    // The torn fragment is gone and what was appended starts a line.
     const PreviousReport after = read_previous_report(read_file(path));
     EXPECT_FALSE(after.tornLastRow);
     EXPECT_EQ(after.rejected.size(), 5u);
     EXPECT_EQ(after.finished.size(), 3u);
 }
 
-// A second run on reports that another run holds stops before writing,
-// and a run that cannot write leaves the existing reports untouched.
 TEST_F(StsRunnerTest, HeldOrUnwritableReportsStopTheRunUntouched) {
     const std::string suite = write_suite(threeMates);
     std::ofstream(dir + "x.txt") << "earlier text\n";
@@ -242,8 +292,8 @@ TEST_F(StsRunnerTest, HeldOrUnwritableReportsStopTheRunUntouched) {
     EXPECT_TRUE(run_sts_suite(suite, 2, 0, dir + "x", false));
 }
 
-// The batch program tells a calling script that it did nothing useful, and
-// refuses a depth or time it cannot hold rather than wrap it.
+// A calling script learns that nothing useful was done; a depth or time
+// that cannot be held is refused rather than wrapped.
 TEST_F(StsRunnerTest, FailedBatchRunsExitWithNonZeroStatus) {
     const std::string good = write_suite(threeMates), out = " --output " + dir + "r";
     std::ofstream(dir + "empty.epd") << "";
@@ -264,63 +314,15 @@ TEST_F(StsRunnerTest, FailedBatchRunsExitWithNonZeroStatus) {
     EXPECT_EQ(status_of(good + " --depth 1 --jobs 2 --slice 2/2 --timeout 60" + out), 0);
 }
 
-namespace {
-
-// A few dozen positions of every kind: solved or not, partial credit, a
-// move the file names wrongly, no id, and lines no search can play.
-std::string mixed_suite() {
-    const char* fens[] = {
-        "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - -",
-        "r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
-        "rnbqkb1r/pp2pppp/3p1n2/8/3NP3/8/PPP2PPP/RNBQKB1R w KQkq -",
-        "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ -",
-        "2rq1rk1/pb2bppp/1pn1pn2/3p4/2PP4/1PN1PN2/PB2BPPP/2RQ1RK1 b - -",
-        "8/8/4k3/8/2K5/3P4/8/8 w - -",
-    };
-    std::string text;
-    for (int i = 0; i < 30; ++i) {
-        text += std::string(fens[i % 6]);
-        switch (i % 5) {
-        case 0: text += " bm Rd8#; id \"p" + std::to_string(i) + "\";\n"; break;
-        case 1: text += " bm O-O Kd4; c0 \"O-O=10, Kd4=7, d4=3\"; id \"p" + std::to_string(i) + "\";\n"; break;
-        case 2: text += " bm d4 Kb5 Rd7;\n"; break;  // no id: keyed by its line
-        case 3: text += " bm Zz9; id \"p" + std::to_string(i) + "\";\n"; break;
-        default: text += " bm a3 a6 Kc5; id \"p" + std::to_string(i) + "\";\n"; break;
-        }
-        if (i % 11 == 4) text += "8/8/8/8/8/8/8/8 w - - bm e4; id \"no king " + std::to_string(i) + "\";\n";
-        if (i % 13 == 6) text += "6k1/5ppp/8/8/8/8/5PxP/3R2K1 w - - bm Rd8#; id \"bad " + std::to_string(i) + "\";\n";
-    }
-    return text;
-}
-
-// What a run says on standard error, without the lines that name its
-// reports or its speed.
-std::string progress_of(const std::string& err) {
-    std::istringstream lines(err);
-    std::string kept;
-    for (std::string line; std::getline(lines, line);)
-        if (line.rfind("Rapport ", 0) != 0 && line.rfind("Cadence : ", 0) != 0) kept += line + "\n";
-    return kept;
-}
-
-}  // namespace
 
 // Each position is searched from a fresh board and table, so splitting the
-// suite between processes changes no result: the reports and the progress
-// lines match a single process's to the byte, times aside.
+// suite between processes changes no byte of the reports or progress.
 TEST_F(StsRunnerTest, JobsGiveTheReportsOfOneProcess) {
-    const std::string suite = write_suite(mixed_suite());
-    test::CapturedStreams io;
-    StsRunOptions run;
-    run.depth = 3;
-    run.outputBase = dir + "one";
-    ASSERT_TRUE(run_sts_suite(suite, run));
-    const std::string oneErr = io.err();
-    const std::string oneTxt = without_times(read_file(dir + "one.txt")), oneCsv = without_times(read_file(dir + "one.csv"));
+    const std::string suite = run_mixed_suite_in_one_process();
     ASSERT_NE(oneTxt.find("[position injouable : "), std::string::npos);
     ASSERT_NE(oneErr.find("Cadence : "), std::string::npos);
 
-    io.clear();
+    test::CapturedStreams io;
     run.jobs = 3;
     run.outputBase = dir + "three";
     ASSERT_TRUE(run_sts_suite(suite, run));
@@ -334,10 +336,9 @@ TEST_F(StsRunnerTest, JobsGiveTheReportsOfOneProcess) {
     const std::string fullCsv = read_file(dir + "one.csv");
     const std::size_t rowEnd = fullCsv.find('\n', fullCsv.size() / 2) + 1;
     for (const std::size_t cut : {rowEnd, rowEnd + 17, fullCsv.size() - 3}) {
-        std::ofstream(dir + "cut.csv", std::ios::binary) << fullCsv.substr(0, cut);
         std::ofstream(dir + "cut.txt") << "text of the killed run\n";
         for (int jobs : {2, 1}) {
-            if (jobs == 1) std::ofstream(dir + "cut.csv", std::ios::binary) << fullCsv.substr(0, cut);
+            std::ofstream(dir + "cut.csv", std::ios::binary) << fullCsv.substr(0, cut);
             run.jobs = jobs;
             run.resume = true;
             run.outputBase = dir + "cut";
@@ -351,14 +352,8 @@ TEST_F(StsRunnerTest, JobsGiveTheReportsOfOneProcess) {
 // Slices run apart (on other machines) and merged give the reports of one
 // run; a position no part holds, or whose search failed, is searched then.
 TEST_F(StsRunnerTest, MergedSlicesGiveTheReportsOfOneRun) {
-    const std::string suite = write_suite(mixed_suite());
+    const std::string suite = run_mixed_suite_in_one_process();
     test::CapturedStreams io;
-    StsRunOptions run;
-    run.depth = 3;
-    run.outputBase = dir + "one";
-    ASSERT_TRUE(run_sts_suite(suite, run));
-    const std::string oneTxt = without_times(read_file(dir + "one.txt")), oneCsv = without_times(read_file(dir + "one.csv"));
-
     run.sliceCount = 3;
     for (int k = 1; k <= 3; ++k) {
         run.sliceIndex = k;
@@ -425,9 +420,8 @@ bool as_ordinary_user(const std::string& dir, const std::vector<std::string>& ow
 
 }  // namespace
 
-// Every field of a row, texts with quotes, commas and carriage returns and
-// numbers at their limits, reads back as it was written, from the CSV and
-// from a worker's pipe.
+// Quotes, commas, carriage returns and numbers at their limits read back as
+// written, from the CSV and from a worker's pipe.
 TEST(StsRows, EveryFieldSurvivesTheRoundTrip) {
     StsOutcome o{.id = "a\"b,c\r\"\" ,", .expected = "x\"\",y / \"", .played_uci = "e7e8q", .played_san = "\"",
                   .eval_cp = INT_MIN, .score = 3, .score_max = INT_MAX, .nodes = std::uint64_t{1} << 62, .time_ms = 123,
@@ -453,9 +447,8 @@ TEST(StsRows, EveryFieldSurvivesTheRoundTrip) {
     EXPECT_FALSE(decode_outcome(bytes + "1:", ignored));
 }
 
-// Hostile suite texts end up in the reports as written, are taken back by
-// --continue without a search, and points beyond any sensible table are
-// refused rather than wrapped.
+// Hostile texts are reported as written and taken back by --continue;
+// points beyond any sensible table are refused rather than wrapped.
 TEST_F(StsRunnerTest, HostileSuiteTextsReadBack) {
     const std::string suite = write_suite(
         "6k1/5ppp/8/8/8/8/5PPP/3R2K1 w - - bm Rd8#\" a,b; id \"q,u\rote's \\ id\";"
@@ -481,8 +474,6 @@ TEST_F(StsRunnerTest, HostileSuiteTextsReadBack) {
     EXPECT_NE(read_file(dir + "h.txt").find("Score total : 7 / 17 (41.1765%)"), std::string::npos);
 }
 
-// --continue on a report that exists but cannot be taken back stops with a
-// message and a failure, leaving both reports as they were.
 TEST_F(StsRunnerTest, ContinueRefusesAReportItCannotTakeBack) {
     const std::string suite = write_suite(threeMates);
     const std::string txt = dir + "x.txt", csv = dir + "x.csv";
@@ -540,15 +531,8 @@ std::vector<pid_t> children_of(pid_t parent) {
 
 }  // namespace
 
-// A search process killed from outside costs its position only: the row
-// says why, and the run completes with every other position.
 TEST_F(StsRunnerTest, KilledWorkerIsReportedAndTheRunCompletes) {
-    std::string text;
-    const char* fens[] = {"r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq -",
-                          "r1bq1rk1/pp2bppp/2n1pn2/3p4/2PP4/2N1PN2/PP3PPP/R2QKB1R w KQ -",
-                          "r1b2rk1/2q1bppp/p2ppn2/1p6/3BPP2/2N2B2/PPPQ2PP/R4R1K w - -"};
-    for (int i = 0; i < 6; ++i) text += std::string(fens[i % 3]) + " bm O-O; id \"p" + std::to_string(i) + "\";\n";
-    const std::string suite = write_suite(text);
+    const std::string suite = write_suite(castling_suite(6));
     const pid_t runner = fork();
     if (runner == 0) {
         const int err = open((dir + "k.err").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0644);

@@ -92,9 +92,8 @@ TEST(TablebaseCache, PlantedFilesAndLinksAreNeverWrittenThrough) {
     EXPECT_TRUE(cache_matches_embedded(tmp.cache()));
 }
 
-// The reader reaches the tables only through the directory that passed the
-// checks: a directory renamed in its place afterwards, a link planted in it,
-// or (as the superuser can make one) a file of another user are refused.
+// A directory renamed in its place afterwards, a link planted in it, or (as
+// the superuser can make one) a file of another user are refused.
 TEST(TablebaseCache, ReaderOpensTablesOnlyThroughTheCheckedDirectory) {
     test::ScratchTmpdir tmp;
     const std::string kqk = "8/8/8/8/4k3/8/1Q6/K7 w - - 0 1", krk = "8/8/8/8/4k3/8/1R6/K7 w - - 0 1";

@@ -1,8 +1,6 @@
-// Every table, decoded through the reader, must agree with itself one move
-// ahead: a position's win/draw/loss value is the best its moves reach, and
-// its distance to zeroing is the best distance among those moves. A wrong
-// index, a misread block or a stored "don't care" value the reader trusts
-// by mistake breaks this somewhere in a few hundred random positions.
+// A position's value and distance to zeroing are the best its moves reach:
+// a wrong index, a misread block or a trusted "don't care" value breaks this
+// somewhere in a few hundred random positions.
 #include <gtest/gtest.h>
 
 #include <random>

@@ -1,6 +1,3 @@
-// The engine under UCI, with its embedded tables, converts won 3- and
-// 4-piece endings to mate inside the fifty-move rule whatever the defence,
-// and holds drawn endings against the tables' own best tries.
 #include <gtest/gtest.h>
 
 #include <random>

@@ -1,9 +1,6 @@
-// The reader on damaged files: flipped bits, files cut short, code tables
-// with made-up symbols and lengths, block counts and offsets pointing
-// anywhere. Whatever the damage, a probe must stay inside the mapped file
-// (the sanitizer build stops at the first stray read) and answer either a
-// real result or a failure. MORVANE_FUZZ_ROUNDS raises the number of damaged
-// files for a longer run by hand.
+// Whatever the damage, a probe must stay inside the mapped file (the
+// sanitizer build stops at the first stray read) and answer a real result or
+// a failure. MORVANE_FUZZ_ROUNDS raises the number of damaged files.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -100,9 +100,7 @@ protected:
     std::filesystem::path dir_ = scratch_.path() / "files";
 };
 
-// A file cut short or made by another program is left out when the tables
-// load, one whose header is broken when it is first read; either way only
-// its own table is lost, and the reason is given.
+// Only the damaged file's own table is lost, and the reason is given.
 TEST_F(TablebaseFiles, DamagedFilesAreReportedAndLeftOut) {
     const struct {
         std::function<void()> damage;

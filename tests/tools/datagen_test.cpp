@@ -2,14 +2,11 @@
 
 #include <memory>
 
-
 #include "datagen/quiet_filter.h"
 #include "datagen/self_play.h"
 #include "search/search_flags.h"
-#include "support/capture.h"
 #include "support/test_positions.h"
 #include "tablebase/syzygy.h"
-#include "tune/training_data.h"
 
 using namespace morvane;
 using morvane::test::find_move;
@@ -94,7 +91,7 @@ TEST(SelfPlayRules, ScoresDecideOnlyAfterALastingRun) {
     EXPECT_EQ(level.after_search(0, 50), 0.5);
 }
 
-TEST(SelfPlay, GamesAreReproducibleAndTheirLinesReadBackAsTrainingData) {
+TEST(SelfPlay, GamesAreReproducibleAndKeepNoPositionInCheck) {
     syzygy_init("");
     SelfPlaySettings settings;
     settings.depth = 2;
@@ -119,13 +116,7 @@ TEST(SelfPlay, GamesAreReproducibleAndTheirLinesReadBackAsTrainingData) {
     for (const TrainingPosition& p : game.positions) {
         board.set_fen(p.fen);
         EXPECT_FALSE(board.checkers()) << p.fen;
-        const std::string line = training_line(p, game.result);
-        lines += line;
-        TrainingSample sample;
-        ASSERT_TRUE(parse_training_line(line.substr(0, line.size() - 1), sample)) << line;
-        EXPECT_EQ(sample.fen, p.fen);
-        EXPECT_EQ(sample.result, static_cast<float>(game.result));
-        EXPECT_EQ(sample.score, static_cast<float>(p.score));
+        lines += training_line(p, game.result);
     }
     EXPECT_EQ(lines, againLines);  // the same seed, the same game
 }

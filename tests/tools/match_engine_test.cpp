@@ -1,6 +1,3 @@
-// The runner's verdicts when an engine misbehaves, played against the real
-// engine by scripted fake engines; real engines playing fast games; and the
-// runner's clock.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -39,12 +36,12 @@ EngineSetup real_engine() {
 }
 
 // The fake engine has White; the game is over after its first move.
-Verdict fake_plays_white(EngineSetup fake, const Adjudication& rules = {}) {
+GameRecord fake_plays_white(EngineSetup fake, const Adjudication& rules = {}) {
     UciEngine white(std::move(fake)), black(real_engine());
     std::atomic<bool> stop{false};
     const GameRecord game = play_game(white, black, morvane::StartFen, rules, stop);
     EXPECT_EQ(game.verdict.outcome, Outcome::BlackWins) << game.verdict.reason;
-    return game.verdict;
+    return game;
 }
 
 }  // namespace
@@ -52,33 +49,31 @@ Verdict fake_plays_white(EngineSetup fake, const Adjudication& rules = {}) {
 TEST(MatchEngine, EachFailureLosesWithItsReason) {
     Adjudication quick;
     quick.hangTimeoutMs = 1000;
-    const Verdict illegal = fake_plays_white(fake_engine("echo 'bestmove e2e5'"));
+    const Verdict illegal = fake_plays_white(fake_engine("echo 'bestmove e2e5'")).verdict;
     EXPECT_EQ(illegal.reason, "White (Fake) played an illegal move e2e5");
     EXPECT_EQ(illegal.ending, Ending::RulesInfraction);
 
-    const Verdict garbage = fake_plays_white(fake_engine("echo 'info nonsense'; echo 'bestmove @@@'"));
+    const Verdict garbage = fake_plays_white(fake_engine("echo 'info nonsense'; echo 'bestmove @@@'")).verdict;
     EXPECT_EQ(garbage.reason, "White (Fake) sent an unreadable move '@@@'");
 
-    const Verdict hang = fake_plays_white(fake_engine("sleep 30"), quick);
+    const Verdict hang = fake_plays_white(fake_engine("sleep 30"), quick).verdict;
     EXPECT_EQ(hang.reason, "White (Fake) hung: no bestmove in 1 s");
     EXPECT_EQ(hang.ending, Ending::Abandoned);
 
-    const Verdict crash = fake_plays_white(fake_engine("exit 3"));
+    const Verdict crash = fake_plays_white(fake_engine("exit 3")).verdict;
     EXPECT_EQ(crash.reason, "White (Fake) crashed (exit status 3)");
 
     EngineSetup slow = fake_engine("sleep 1; echo 'bestmove e2e4'");
     slow.effort = {200, 0, 0, 0};
-    const Verdict late = fake_plays_white(slow, quick);
+    const Verdict late = fake_plays_white(slow, quick).verdict;
     EXPECT_EQ(late.reason, "White loses on time");
     EXPECT_EQ(late.ending, Ending::TimeForfeit);
 
-    // An engine that floods its output past its clock loses on time when
-    // the clock runs out, not when it finally answers three seconds later.
+    // An engine flooding its output loses when its clock runs out, not when
+    // it finally answers three seconds later.
     EngineSetup chatty = fake_engine("timeout 3 yes 'info depth 1 score cp 0'; echo 'bestmove e2e4'");
     chatty.effort = {200, 0, 0, 0};
-    UciEngine white(chatty), black(real_engine());
-    std::atomic<bool> stop{false};
-    const GameRecord talked = play_game(white, black, morvane::StartFen, {}, stop);
+    const GameRecord talked = fake_plays_white(chatty);
     EXPECT_EQ(talked.verdict.reason, "White loses on time");
     EXPECT_LT(talked.side[0].thinkMs, 2000);
 }
@@ -108,9 +103,7 @@ TEST(MatchEngine, CrashedEngineIsRestartedForTheNextGame) {
     EXPECT_EQ(morvane::test::read_file(dir / "starts"), "started\nstarted\n");
 }
 
-// Two engine processes play complete games at a fast clock from the
-// project's openings: a crash, an illegal move, a hang or a loss on time
-// ends a game with that verdict and fails the test.
+// A crash, an illegal move, a hang or a loss on time fails the test.
 TEST(MatchEngine, RealEnginesPlayTwentyGamesAtAFastClock) {
     std::vector<std::string> openings;
     std::ostringstream log;

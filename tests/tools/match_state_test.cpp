@@ -1,6 +1,3 @@
-// A match stopped and resumed from its state file: the same tallies as one
-// run straight through, a state that cannot be misread, and a decided test
-// that stays decided.
 #include <gtest/gtest.h>
 
 #include <sstream>

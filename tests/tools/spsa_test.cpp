@@ -21,10 +21,9 @@ using morvane::test::ScratchDir;
 
 namespace {
 
-// A stand-in for games with a known optimum: each side's strength in Elo
-// falls with its squared distance from `optimum` in units of `scale`, and
-// every game is drawn at random from the logistic expectation, with noise
-// fixed by the iteration number so that a resumed run sees the same games.
+// Games with a known optimum: Elo falls with the squared distance from
+// `optimum` in units of `scale`; the noise is fixed by the iteration number,
+// so that a resumed run sees the same games.
 struct NoisyObjective {
     std::vector<double> optimum, scale;
     int games = 4;
@@ -136,7 +135,6 @@ TEST(SpsaKeyList, CommittedSearchListIsValidForTimedGames) {
 }
 
 TEST(SpsaTuner, ConvergesNearTheOptimumOfANoisyObjective) {
-    // In memory: the loop with its files is the resume test's business.
     TunerState state = synthetic_run(3000);
     while (state.iteration < state.iterations) {
         const Trial trial = draw_trial(state);
@@ -148,8 +146,7 @@ TEST(SpsaTuner, ConvergesNearTheOptimumOfANoisyObjective) {
 }
 
 TEST(SpsaTuner, ValuesAndPlayedValuesStayInsideTheirBounds) {
-    // The optimum lies far outside the bounds and the steps are huge, so
-    // every iteration pushes the keys against them.
+    // The optimum lies far outside the bounds and the steps are huge.
     std::vector<TunedKey> keys = {{"low", 0, 30, 5000, -10, 10}, {"high", 9, 4, 500, 0, 10}};
     TunerState state = start_state(keys, Schedule{5}, GameSettings{}, 7, 200);
     const NoisyObjective far{{-500, 500}, {10, 10}};
@@ -203,7 +200,7 @@ TEST(SpsaResume, StoppedAndResumedRunFollowsTheUninterruptedTrajectory) {
     EXPECT_EQ(read_file(parts / "history.csv"), read_file(whole / "history.csv"));
 }
 
-TEST(SpsaStateFile, RoundTripsExactlyAndRefusesIncompleteFiles) {
+TEST(SpsaStateFile, RoundTripsExactlyAndNoFailedOrKilledWriteLeavesAPartialFile) {
     ScratchDir dir;
     TunerState state = synthetic_run(100);
     state.values = {0.1, -1.0 / 3, 1e-300};
@@ -220,21 +217,13 @@ TEST(SpsaStateFile, RoundTripsExactlyAndRefusesIncompleteFiles) {
     EXPECT_EQ(loaded.games.incMs, 100);
     EXPECT_EQ(loaded.keys[2].max, 20);
 
-    // Every prefix of a state file, as a writer killed midway would leave
-    // it, is refused rather than read as a run.
-    const std::string text = read_file(dir / "state.txt");
-    for (std::size_t cut : {std::size_t{0}, text.size() / 3, text.find("key "), text.size() - 4}) {
-        std::ofstream(dir / "cut.txt", std::ios::trunc) << text.substr(0, cut);
+    // Every prefix of a state file, as a killed writer would leave it, is
+    // refused rather than read as a run.
+    const std::string before = read_file(dir / "state.txt");
+    for (std::size_t cut : {std::size_t{0}, before.size() / 3, before.find("key "), before.size() - 4}) {
+        std::ofstream(dir / "cut.txt", std::ios::trunc) << before.substr(0, cut);
         EXPECT_FALSE(load_state(dir / "cut.txt", loaded, error)) << "cut at " << cut;
     }
-}
-
-TEST(SpsaStateFile, FailedOrKilledWritesLeaveTheLastCompleteState) {
-    ScratchDir dir;
-    TunerState state = synthetic_run(100);
-    std::string error;
-    ASSERT_TRUE(save_state(dir / "state.txt", state, error));
-    const std::string before = read_file(dir / "state.txt");
 
     // The temporary file cannot be made: the save fails and says so.
     std::filesystem::create_directory(dir / "state.txt.tmp");
@@ -244,7 +233,7 @@ TEST(SpsaStateFile, FailedOrKilledWritesLeaveTheLastCompleteState) {
     EXPECT_EQ(read_file(dir / "state.txt"), before);
     std::filesystem::remove(dir / "state.txt.tmp");
 
-    // A writer killed at an arbitrary moment, many times over.
+    // A writer killed at arbitrary moments leaves the last complete state.
     for (int attempt = 0; attempt < 5; ++attempt) {
         const pid_t child = fork();
         ASSERT_GE(child, 0);
@@ -258,7 +247,6 @@ TEST(SpsaStateFile, FailedOrKilledWritesLeaveTheLastCompleteState) {
         usleep(20000 + 7000 * static_cast<useconds_t>(attempt));
         kill(child, SIGKILL);
         waitpid(child, nullptr, 0);
-        TunerState loaded;
         EXPECT_TRUE(load_state(dir / "state.txt", loaded, error)) << error;
     }
 }

@@ -9,9 +9,7 @@
 
 using namespace morvane;
 
-// lambda * result + (1 - lambda) * expectation of the deeper score: at
-// lambda 1 the tuner judges by the results exactly as it always has, and
-// deeper labels count only below 1.
+// The target is lambda * result + (1 - lambda) * expectation of the deeper score.
 TEST(BlendedTarget, AtLambdaOneTheLossIsTheResultsLossAndLabelsCountBelowIt) {
     const std::vector<TrainingSample> samples = read_training_data({MORVANE_SELFPLAY_SAMPLE});
     ASSERT_GE(samples.size(), 500u);

@@ -1,6 +1,4 @@
-// The real executable driven through pipes, as GUIs and match managers do:
-// the handshake, search limits (sane and absurd), pondering, games of a
-// thousand plies, and quitting or closing the pipe mid-search.
+// The real executable driven through pipes, as GUIs and match managers do.
 #include <gtest/gtest.h>
 
 #include <chrono>
@@ -109,7 +107,7 @@ TEST(Protocol, QuitOrEndOfInputDuringSearchGivesBestmoveThenExits) {
     }
 }
 
-TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
+TEST(Protocol, MatedAndStalematedRootsAnswerNullMove) {
     test::EngineUnderTest engine;
     engine.send("position fen 7k/5Q2/6K1/8/8/8/8/8 b - - 0 1");  // stalemate
     engine.send("go depth 3");
@@ -117,13 +115,6 @@ TEST(Protocol, MateAndStalemateRootsAnswerNullMove) {
     engine.send("position fen 7k/6Q1/6K1/8/8/8/8/8 b - - 0 1");  // mated
     engine.send("go movetime 100");
     EXPECT_EQ(engine.wait_for("bestmove ", 10000), "bestmove 0000");
-    engine.send("position fen 6k1/8/6K1/8/8/8/8/Q7 w - - 0 1");
-    engine.send("go depth 3");
-    // Both queen moves mate; the tables and the search may pick either.
-    const auto mate = engine.wait_for("bestmove ", 10000);
-    EXPECT_TRUE(mate == "bestmove a1a8" || mate == "bestmove a1g7") << mate.value_or("(none)");
-    engine.send("go depth 2 wtime abc");  // a bad number is skipped, the search still runs
-    EXPECT_TRUE(engine.wait_for("bestmove ", 10000));
 }
 
 // Games of a thousand plies and clocks of absurd size still get legal moves.

@@ -192,9 +192,8 @@ TEST_F(UciLoop, RandomFensNeverCorruptTheBoard) {
     }
 }
 
-// Go values: the whole token must be a number in range, or it is reported
-// and skipped; a clock below zero has flagged, and the answer must come
-// without any "stop".
+// A bad value is reported and skipped; a clock below zero has flagged, and
+// the answer must come without any "stop".
 TEST_F(UciLoop, GoValuesMustBeWholeNumbersAndNoTimeLeftAnswersAtOnce) {
     run("position startpos");
     for (const std::string bad : {"wtime 1e30", "depth 12abc", "btime 0x10", "nodes +5", "depth 99999999999"}) {
@@ -228,9 +227,8 @@ TEST_F(UciLoop, GoValuesMustBeWholeNumbersAndNoTimeLeftAnswersAtOnce) {
     }
 }
 
-// A search that throws leaves the board somewhere inside its tree, moves
-// and null moves made; the answer must come from the position the search
-// started from, and a position without moves answers with the null move.
+// A search that throws leaves the board somewhere inside its tree, null
+// moves included; the answer must come from the root.
 TEST(FallbackMove, AnswersFromTheRootWhereverTheSearchStopped) {
     const auto board = std::make_unique<Board>();
     board->set_fen("7k/8/8/8/8/8/6q1/K7 w - - 0 1");  // White's king has one move
