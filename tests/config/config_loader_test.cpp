@@ -68,7 +68,7 @@ TEST_F(ConfigLoaderTest, EachProblemHasItsMessage) {
     EXPECT_EQ(config.pst_pawn_mg[8], -6);
 }
 
-TEST_F(ConfigLoaderTest, BoundsAreEnforcedAfterLoading) {
+TEST_F(ConfigLoaderTest, BoundsThenSafeRangesApplyAfterLoadingAndRescaling) {
     EXPECT_EQ(load("material_pawn 0\n"), p() + " charge (1 entrees)\n" + p() +
                                              " : \"material_pawn\" = 0 hors bornes, ramene a 1\n" + p() +
                                              " : 1 valeur(s) ramenee(s) a une borne minimale\n");
@@ -77,6 +77,24 @@ TEST_F(ConfigLoaderTest, BoundsAreEnforcedAfterLoading) {
     EXPECT_EQ(config.king_danger_no_queen_reduction_pct, 100);
     EXPECT_EQ(config.opposite_bishop_scale_pct, 150);
     EXPECT_EQ(config.aspiration_initial_delta, 1);
+
+    // material_pawn 0 is raised to 1 by the bounds, so a rescale multiplies
+    // every weight by 100: the products saturate, then the safe ranges apply.
+    const std::string err = load(
+        "auto_rescale_on_load 1 material_pawn 0 material_queen 2000000000 "
+        "bishop_pair_bonus_mg -2000000000 time_movestogo_opening 0 pst_pawn_mg " +
+        std::string(60, ' ') +
+        "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 "
+        "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 999999");
+    EXPECT_EQ(config.material_pawn, 100);
+    EXPECT_EQ(config.material_queen, 10000);
+    EXPECT_EQ(config.bishop_pair_bonus_mg, -10000);
+    EXPECT_EQ(config.material_knight, 10000);
+    EXPECT_EQ(config.time_movestogo_opening, 1);  // a divisor of the clock
+    EXPECT_EQ(config.pst_pawn_mg[63], 10000);
+    EXPECT_NE(err.find(p() + " : \"material_queen\" = 2147483647 hors bornes, ramene a 10000\n"), std::string::npos);
+    EXPECT_NE(err.find(p() + " : \"time_movestogo_opening\" = 0 hors bornes, ramene a 1\n"), std::string::npos);
+    EXPECT_NE(err.find(p() + " : \"pst_pawn_mg[63]\" = 99999900 hors bornes, ramene a 10000\n"), std::string::npos);
 }
 
 TEST_F(ConfigLoaderTest, RescalingToAHundredUnitPawn) {
@@ -95,26 +113,6 @@ TEST_F(ConfigLoaderTest, RescalingToAHundredUnitPawn) {
     EXPECT_EQ(config.mobility_enabled, 1);        // switches never scale
     EXPECT_EQ(config.countermove_bonus_score, 850000);
     EXPECT_EQ(config.kaufman_knight_per_pawn, 6);  // not reachable from files
-}
-
-TEST_F(ConfigLoaderTest, RescaledAndHugeValuesEndInTheirSafeRanges) {
-    // material_pawn 0 is raised to 1 by the bounds, so every weight is
-    // multiplied by 100: the products saturate, then the safe ranges apply.
-    const std::string err = load(
-        "auto_rescale_on_load 1 material_pawn 0 material_queen 2000000000 "
-        "bishop_pair_bonus_mg -2000000000 time_movestogo_opening 0 pst_pawn_mg " +
-        std::string(60, ' ') +
-        "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 "
-        "0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 0 999999");
-    EXPECT_EQ(config.material_pawn, 100);
-    EXPECT_EQ(config.material_queen, 10000);
-    EXPECT_EQ(config.bishop_pair_bonus_mg, -10000);
-    EXPECT_EQ(config.material_knight, 10000);
-    EXPECT_EQ(config.time_movestogo_opening, 1);  // a divisor of the clock
-    EXPECT_EQ(config.pst_pawn_mg[63], 10000);
-    EXPECT_NE(err.find(p() + " : \"material_queen\" = 2147483647 hors bornes, ramene a 10000\n"), std::string::npos);
-    EXPECT_NE(err.find(p() + " : \"time_movestogo_opening\" = 0 hors bornes, ramene a 1\n"), std::string::npos);
-    EXPECT_NE(err.find(p() + " : \"pst_pawn_mg[63]\" = 99999900 hors bornes, ramene a 10000\n"), std::string::npos);
 }
 
 TEST_F(ConfigLoaderTest, GarbageNeverCrashesNorTouchesUnnamedFields) {
@@ -155,10 +153,12 @@ TEST_F(ConfigLoaderTest, OnlyRegularFilesOfSaneSizeAreLoaded) {
     EXPECT_EQ(config.material_rook, EngineConfig{}.material_rook);
 }
 
-TEST_F(ConfigLoaderTest, ManyBadEntriesAreCountedNotAllPrinted) {
+// Past twenty messages bad entries are only counted, and each message quotes
+// only the start of a token, even under a long path.
+TEST_F(ConfigLoaderTest, BadEntriesAreCountedPastTwentyAndQuotedShort) {
     std::string words;
     for (int i = 0; i < 5000; ++i) words += "word" + std::to_string(i) + " ";
-    const std::string err = load(words + "material_rook 600 null_move_reduction x");
+    std::string err = load(words + "material_rook 600 null_move_reduction x");
     EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 22);
     EXPECT_NE(err.find(p() + " : cle inconnue ignoree \"word19\"\n" + p() +
                        " : trop d'erreurs, les suivantes sont seulement comptees\n"),
@@ -166,13 +166,9 @@ TEST_F(ConfigLoaderTest, ManyBadEntriesAreCountedNotAllPrinted) {
     EXPECT_NE(err.find(p() + " charge (1 entrees, 1 erreurs ignorees, 4981 messages non affiches)\n"),
               std::string::npos);
     EXPECT_EQ(config.material_rook, 600);
-}
 
-// One huge token, or many long ones under a long path: each message quotes
-// only the start of a token, and all of them together stay a few kilobytes.
-TEST_F(ConfigLoaderTest, HugeTokensAreQuotedShortAndTheOutputStaysSmall) {
     const std::string huge(400000, 'k');
-    std::string err = load(huge + " material_rook 600 null_move_reduction " + huge);
+    err = load(huge + " material_rook 600 null_move_reduction " + huge);
     EXPECT_NE(err.find(p() + " : cle inconnue ignoree \"" + huge.substr(0, 80) + "...\"\n"), std::string::npos);
     EXPECT_NE(err.find(p() + " : valeur non entiere pour \"null_move_reduction\" (\"" + huge.substr(0, 80) +
                        "...\"), entree ignoree\n"),

@@ -127,7 +127,7 @@ TEST(Board, InsufficientMaterial) {
     EXPECT_FALSE(insufficient("7k/8/8/8/8/8/8/1NNNK3 w - - 0 1"));
 }
 
-TEST(Board, PlyLimitsAndNullMoves) {
+TEST(Board, HistoryLimitsNullMovesAndTrimmedHistories) {
     Board board;
     EXPECT_THROW(board.undo_move(), std::runtime_error);
     EXPECT_THROW(board.undo_null_move(), std::runtime_error);
@@ -152,31 +152,9 @@ TEST(Board, PlyLimitsAndNullMoves) {
     EXPECT_EQ(board.side_to_move(), WHITE);
     board.undo_null_move();
     EXPECT_EQ(board.state().epSquare, 20);
-}
 
-TEST(PositionCheck, RejectsPositionsTheEngineCannotPlay) {
-    Board board;
-    EXPECT_EQ(position_problem(board), "");
-    const char* unplayable[] = {
-        "8/8/8/8/8/8/8/4K3 w - - 0 1",             // no black king
-        "4k3/8/8/8/8/8/8/4KK2 w - - 0 1",          // two white kings
-        "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",          // pawn on the last rank
-        "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",         // side not to move in check
-        "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",  // more promotions than pawns
-    };
-    for (const char* fen : unplayable) {
-        board.set_fen(fen);
-        EXPECT_NE(position_problem(board), "") << fen;
-    }
-    for (const char* fen : test::PerftFens) {
-        board.set_fen(fen);
-        EXPECT_EQ(position_problem(board), "") << fen;
-    }
-}
-
-TEST(Board, LongHistoriesKeepTheirRecentPartAndUnwind) {
-    Board board;
-    const char* cycle[] = {"g1f3", "g8f6", "f3g1", "f6g8"};
+    // A long history keeps its recent part, and unwinds.
+    board.set_fen(StartFen);
     play(board, {"e2e4", "e7e5"});
     for (int i = 0; i < 8; ++i) board.do_move(uci(board, cycle[i % 4]));
     const std::uint64_t key = board.key();
@@ -202,4 +180,24 @@ TEST(Board, LongHistoriesKeepTheirRecentPartAndUnwind) {
     board.undo_to(root);
     EXPECT_EQ(board.fen(), rootFen);
     EXPECT_EQ(board.key(), board.compute_key());
+}
+
+TEST(PositionCheck, RejectsPositionsTheEngineCannotPlay) {
+    Board board;
+    EXPECT_EQ(position_problem(board), "");
+    const char* unplayable[] = {
+        "8/8/8/8/8/8/8/4K3 w - - 0 1",             // no black king
+        "4k3/8/8/8/8/8/8/4KK2 w - - 0 1",          // two white kings
+        "P3k3/8/8/8/8/8/8/4K3 w - - 0 1",          // pawn on the last rank
+        "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1",         // side not to move in check
+        "QQQQQQQQ/QQ2k3/8/8/8/8/8/4K3 b - - 0 1",  // more promotions than pawns
+    };
+    for (const char* fen : unplayable) {
+        board.set_fen(fen);
+        EXPECT_NE(position_problem(board), "") << fen;
+    }
+    for (const char* fen : test::PerftFens) {
+        board.set_fen(fen);
+        EXPECT_EQ(position_problem(board), "") << fen;
+    }
 }

@@ -117,20 +117,17 @@ TEST_F(EvalTest, OnlyOppositeBishopsScaleTheEndgame) {
 TEST_F(EvalTest, TermsMatchTheirWorkedAmounts) {
     // Pawn threats: e4 pawn hits d5 knight and f5 rook: 17 + 4 for White.
     const char* threats = "4k3/8/8/3n1r2/4P3/8/8/4K3 w - - 0 1";
-    board.set_fen(threats);
     g_config.threat_see_enabled = 0;
     g_config.hanging_piece_penalty_pct = 0;
     EXPECT_EQ(contribution(threats, &EngineConfig::threats_enabled), 21);
 
     // Pin: bishop b5 pins knight c6 to the king e8: 17 / 54 for White.
     const char* pin = "4k3/8/2n5/1B6/8/8/8/4K3 w - - 0 1";
-    board.set_fen(pin);
     // Differences of truncated blends may be one off the blended amount.
     EXPECT_NEAR(contribution(pin, &EngineConfig::pins_enabled), blended(17, 54, 2), 1);
 
     // Imbalance: rook + bishop + 3 pawns against queen + 5 pawns.
     const char* imbalance = "3qk3/pppp1p2/8/8/8/8/PPP5/1B2K2R w - - 0 1";
-    board.set_fen(imbalance);
     g_config.imbalance_rook_bishop_vs_queen_mg = 0;
     g_config.imbalance_rook_bishop_vs_queen_eg = 0;
     const int without = eval(imbalance);

@@ -13,14 +13,12 @@ class KingSafetyTest : public test::EvalFixture {
 protected:
     void SetUp() override { ASSERT_TRUE(load_config(MORVANE_SOURCE_DIR "/Morvane047.cfg", g_config)); }
 
-    // What the king-safety terms (all of them, or king danger alone) are
-    // worth to White in this position.
+    // What one switch's terms are worth to White in this position.
     int for_white(const std::string& fen, int EngineConfig::*field) {
         const int value = contribution(fen, field);
         return board.side_to_move() == WHITE ? value : -value;
     }
-    // King danger as the term weighs it before the game phase tapers it:
-    // its middlegame weight on both accumulators.
+    // King danger before the game phase tapers it.
     int danger_for_white(const std::string& fen) {
         const int egScale = g_config.king_danger_scale_eg_pct;
         g_config.king_danger_scale_eg_pct = g_config.king_danger_scale_mg_pct;
@@ -42,10 +40,8 @@ protected:
 }  // namespace
 
 TEST_F(KingSafetyTest, MatingAttacksCostTheDefenderDearlyAndQuietKingsLittle) {
-    // The white king is attacked in each (mirrored below for Black). Each
-    // costs the defender more than a pawn: the weights are fitted to game
-    // results, and raising the danger scale until every one of these costs
-    // 150 cp won nothing in games.
+    // Each attack on the white king, or its mirror, costs more than a pawn
+    // (a danger scale making each cost 150 cp won nothing in games).
     constexpr int MoreThanAPawn = 100;
     const char* attacks[] = {
         "6k1/5ppp/8/8/6nq/8/5PPP/R4RK1 w - - 0 1",          // Qxh2 mate threatened
@@ -59,8 +55,7 @@ TEST_F(KingSafetyTest, MatingAttacksCostTheDefenderDearlyAndQuietKingsLittle) {
     }
     // Qh7 mate on the board against Black.
     EXPECT_GE(danger_for_white("r1b2rk1/ppp2pp1/2nq4/7Q/8/3B3R/PPP2PPP/R1B3K1 w - - 0 1"), 150);
-    // Queen, rook and knight together weigh more than twice what each does
-    // alone.
+    // Queen, rook and knight together cost over twice what each costs alone.
     const int alone = danger_for_white("6k1/5ppp/8/8/7q/8/5PPP/3R1RK1 w - - 0 1") +
                       danger_for_white("6k1/5ppp/8/8/5r2/8/5PPP/3R1RK1 w - - 0 1") +
                       danger_for_white("6k1/5ppp/8/8/6n1/8/5PPP/3R1RK1 w - - 0 1");
@@ -84,10 +79,9 @@ TEST_F(KingSafetyTest, StormAndShelterJudgeTheCastledWing) {
     // The shape of the rule, whether or not the file plays with it.
     g_config.king_shelter_enabled = 1;
     const auto terms = [&](const char* fen) { return for_white(fen, &EngineConfig::king_shelter_enabled); };
-    // Queens on, so that the middlegame terms weigh; the black king sits in
-    // the other corner, out of the way of the pawns.
-    // Black pawns one step from home are no storm yet (up to a centipawn:
-    // the middlegame-endgame blend rounds the total, not each term).
+    // Queens on, so that the middlegame terms weigh; the black king away
+    // from the pawns. Pawns one step from home are no storm yet (up to the
+    // centipawn the blend rounds).
     EXPECT_NEAR(terms("1k1q4/pp6/5ppp/8/8/8/5PPP/3Q2K1 w - - 0 1"), terms("1k1q4/pp6/8/8/8/8/5PPP/3Q2K1 w - - 0 1"),
                 1);
     // An advanced storm costs more than a distant one, and less when blocked.

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <random>
 #include <string>
+#include <vector>
 
 #include "core/notation.h"
 #include "movegen/movegen.h"
@@ -29,6 +30,18 @@ inline Move find_move(Board& board, const std::string& uci) {
     for (int i = 0; i < n; ++i)
         if (move_to_uci(moves[i].move) == uci) return moves[i].move;
     return NULL_MOVE;
+}
+
+// Whether the UCI moves can be played one after another from fen.
+inline bool plays_legally(const std::string& fen, const std::vector<std::string>& moves) {
+    Board board;
+    board.set_fen(fen);
+    for (const std::string& uci : moves) {
+        const Move m = find_move(board, uci);
+        if (!m) return false;
+        board.do_move(m);
+    }
+    return true;
 }
 
 // Plays `games` random games of at most `plies` moves, starting from the

@@ -15,9 +15,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-std::string extract_capturing(std::string& err) {
+std::string extract_capturing(std::string& err, int* dirFd = nullptr) {
     testing::internal::CaptureStderr();
-    std::string dir = extract_embedded_to_cache();
+    std::string dir = extract_embedded_to_cache(dirFd);
     err = testing::internal::GetCapturedStderr();
     return dir;
 }
@@ -99,9 +99,7 @@ TEST(TablebaseCache, ReaderOpensTablesOnlyThroughTheCheckedDirectory) {
     const std::string kqk = "8/8/8/8/4k3/8/1Q6/K7 w - - 0 1", krk = "8/8/8/8/4k3/8/1R6/K7 w - - 0 1";
     std::string err;
     int dirFd = -1;
-    testing::internal::CaptureStderr();
-    const std::string dir = extract_embedded_to_cache(&dirFd);
-    testing::internal::GetCapturedStderr();
+    const std::string dir = extract_capturing(err, &dirFd);
     ASSERT_EQ(dir, tmp.cache().string());
     ASSERT_GE(dirFd, 0);
 

@@ -45,7 +45,7 @@ TEST(CorpusFormat, LabelsAndResultsRoundTripThroughLinesAndChunks) {
             EXPECT_EQ(sample.score, -35.0f);
             EXPECT_EQ(sample.deep, deep ? std::optional<float>(static_cast<float>(*deep)) : std::nullopt) << line;
         }
-    for (const std::string bad : {fen + " | 1.0", fen + " | 2 | 5", fen + " | 0.5 | x", std::string(" | 0.5 | 3"),
+    for (const std::string& bad : {fen + " | 1.0", fen + " | 2 | 5", fen + " | 0.5 | x", std::string(" | 0.5 | 3"),
                                   std::string(), fen + " | 0.5 | 3 | deep", fen + " | 0.5 | 3 |"})
         EXPECT_FALSE(parse_training_line(bad, sample)) << bad;
 

@@ -3,6 +3,7 @@
 
 #include <initializer_list>
 #include <memory>
+#include <tuple>
 
 #include "match/pgn.h"
 #include "match/referee.h"
@@ -34,7 +35,7 @@ Referee at(const std::string& fen) {
 
 }  // namespace
 
-TEST(MatchReferee, ThreefoldRepetitionCountsTheWholeGame) {
+TEST(MatchReferee, ThreefoldRepetitionCountsTheWholeGameAndOnlyLegalEnPassant) {
     Referee r = at(morvane::StartFen);
     // The start position comes back a second time: play goes on.
     EXPECT_EQ(play(r, {"g1f3", "g8f6", "f3g1", "f6g8", "g1f3", "g8f6", "f3g1"}).outcome, Outcome::Ongoing);
@@ -46,6 +47,18 @@ TEST(MatchReferee, ThreefoldRepetitionCountsTheWholeGame) {
     Referee c = at("r3k2r/8/8/8/8/8/8/R3K2R w KQkq - 0 1");
     EXPECT_EQ(play(c, {"e1e2", "e8e7", "e2e1", "e7e8", "e1e2", "e8e7", "e2e1", "e7e8"}).outcome, Outcome::Ongoing);
     EXPECT_EQ(play(c, {"e1e2", "e8e7", "e2e1", "e7e8"}).outcome, Outcome::Draw);
+
+    // After ...c5 the b5 pawn could take en passant but for the rook on h5,
+    // which would then give check: the position after the shuffles is the
+    // same one, three times. Without the rook, only two repetitions.
+    const std::initializer_list<const char*> line = {"c7c5", "g1f3", "g8h8", "f3g1", "h8g8",
+                                                     "g1f3", "g8h8", "f3g1", "h8g8"};
+    Referee pinned = at("6k1/2p5/8/KP5r/8/8/8/6N1 b - - 0 1");
+    const Verdict repeated = play(pinned, line);
+    EXPECT_EQ(repeated.outcome, Outcome::Draw);
+    EXPECT_EQ(repeated.reason, "threefold repetition");
+    Referee free = at("6k1/2p5/8/KP6/8/8/8/6N1 b - - 0 1");
+    EXPECT_EQ(play(free, line).outcome, Outcome::Ongoing);
 }
 
 TEST(MatchReferee, FiftyMoveRuleYieldsToMateOnTheHundredthHalfMove) {
@@ -102,33 +115,6 @@ TEST(MatchReferee, DeadPositionsAreOnlyThoseNoSequenceOfMovesCanMate) {
     EXPECT_FALSE(can_mate(*board, morvane::WHITE));  // bishops on one colour only
 }
 
-TEST(MatchReferee, DrawnLookingEndingsGoToTheTables) {
-    ASSERT_TRUE(init_adjudication_tables());
-    // The king takes the rook: knight against knight is not dead, so the
-    // tables, not the material rule, give the verdict.
-    Referee r = at("8/8/2n5/4k3/8/8/3r4/4KN2 w - - 0 1");
-    const Verdict v = play(r, {"e1d2"}, true);
-    EXPECT_EQ(v.outcome, Outcome::Draw);
-    EXPECT_EQ(v.reason, "endgame tables: draw");
-    Referee plain = at("8/8/2n5/4k3/8/8/3r4/4KN2 w - - 0 1");
-    EXPECT_EQ(play(plain, {"e1d2"}).outcome, Outcome::Ongoing);
-}
-
-TEST(MatchReferee, AnEnPassantRightCountsOnlyWhenTheCaptureIsLegal) {
-    // After ...c5 the b5 pawn could take en passant but for the rook on h5,
-    // which would then give check along the fifth rank: the position after
-    // the knight and king shuffles is the same one, three times.
-    const std::initializer_list<const char*> line = {"c7c5", "g1f3", "g8h8", "f3g1", "h8g8",
-                                                     "g1f3", "g8h8", "f3g1", "h8g8"};
-    Referee pinned = at("6k1/2p5/8/KP5r/8/8/8/6N1 b - - 0 1");
-    const Verdict v = play(pinned, line);
-    EXPECT_EQ(v.outcome, Outcome::Draw);
-    EXPECT_EQ(v.reason, "threefold repetition");
-    // Without the rook the capture is legal at first: only two repetitions.
-    Referee free = at("6k1/2p5/8/KP6/8/8/8/6N1 b - - 0 1");
-    EXPECT_EQ(play(free, line).outcome, Outcome::Ongoing);
-}
-
 TEST(MatchReferee, GamePliesCountFromTheRealMoveNumber) {
     EXPECT_EQ(at("rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1").game_plies(), 1);
     Referee book = at("r1bqkbnr/pppp1ppp/2n5/4p3/4P3/5N2/PPPP1PPP/RNBQKB1R w KQkq - 2 3");
@@ -138,16 +124,21 @@ TEST(MatchReferee, GamePliesCountFromTheRealMoveNumber) {
     EXPECT_EQ(at("4k3/8/8/8/8/8/4P3/4K3 w - -").game_plies(), 0);  // no counters: move 1
 }
 
+// The king takes: queen against king, and knight against knight, which is
+// not dead, so the tables rather than the material rule decide. Without the
+// tables both are played out.
 TEST(MatchReferee, EndgameTablesDecideSmallEndings) {
     ASSERT_TRUE(init_adjudication_tables());
-    Referee r = at("8/8/8/4k3/8/8/3q4/3QK3 w - - 0 1");
-    const Verdict v = play(r, {"e1d2"}, true);  // king and queen against king
-    EXPECT_EQ(v.outcome, Outcome::WhiteWins);
-    EXPECT_EQ(v.ending, Ending::Adjudication);
-
-    // Without the tables the same ending is played out.
-    Referee plain = at("8/8/8/4k3/8/8/3q4/3QK3 w - - 0 1");
-    EXPECT_EQ(play(plain, {"e1d2"}, false).outcome, Outcome::Ongoing);
+    for (const auto& [fen, outcome, reason] :
+         {std::tuple{"8/8/8/4k3/8/8/3q4/3QK3 w - - 0 1", Outcome::WhiteWins, "endgame tables: win"},
+          std::tuple{"8/8/2n5/4k3/8/8/3r4/4KN2 w - - 0 1", Outcome::Draw, "endgame tables: draw"}}) {
+        Referee r = at(fen), plain = at(fen);
+        const Verdict v = play(r, {"e1d2"}, true);
+        EXPECT_EQ(v.outcome, outcome) << fen;
+        EXPECT_EQ(v.ending, Ending::Adjudication) << fen;
+        EXPECT_EQ(v.reason, reason);
+        EXPECT_EQ(play(plain, {"e1d2"}).outcome, Outcome::Ongoing) << fen;
+    }
 }
 
 TEST(MatchReferee, PgnOfAGameFromAPositionWithBlackToMove) {

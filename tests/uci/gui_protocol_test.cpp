@@ -10,6 +10,7 @@
 
 #include "config/config_loader.h"
 #include "search/bench.h"
+#include "tablebase/tbprobe.h"
 #include "support/engine_process.h"
 #include "support/files.h"
 #include "support/test_positions.h"
@@ -78,17 +79,6 @@ InfoLine parse_info(const std::string& line) {
             while (in >> word) info.pv.push_back(word);
     }
     return info;
-}
-
-bool plays_legally(const std::string& fen, const std::vector<std::string>& moves) {
-    Board board;
-    board.set_fen(fen);
-    for (const std::string& uci : moves) {
-        const Move m = test::find_move(board, uci);
-        if (!m) return false;
-        board.do_move(m);
-    }
-    return true;
 }
 
 // A search's output without its timings, which alone may differ between runs.
@@ -172,13 +162,13 @@ TEST(GuiProtocol, VariationsDuringAGameAreAsLongAsTheTableAllows) {
         for (const std::string& line : lines) {
             if (!starts_with(line, "info depth ")) continue;
             const InfoLine info = parse_info(line);
-            EXPECT_TRUE(plays_legally(fen, info.pv)) << line;
+            EXPECT_TRUE(test::plays_legally(fen, info.pv)) << line;
             if (info.depth < 5) continue;
             ++deepLines;
             oneMoveLines += info.pv.size() == 1;
         }
         const std::string best = lines.back().substr(9, lines.back().find(' ', 9) - 9);
-        ASSERT_TRUE(plays_legally(fen, {best})) << lines.back();
+        ASSERT_TRUE(test::plays_legally(fen, {best})) << lines.back();
         moves += ' ' + best;
     }
     ASSERT_GT(deepLines, 0);
@@ -203,7 +193,7 @@ TEST(GuiProtocol, PonderMoveOnlyWithTheOptionOn) {
     std::string bestmove, best, ponder, reply;
     words >> bestmove >> best >> ponder >> reply;
     EXPECT_EQ(ponder, "ponder");
-    EXPECT_TRUE(plays_legally(fen, {best, reply})) << best << ' ' << reply;
+    EXPECT_TRUE(test::plays_legally(fen, {best, reply})) << best << ' ' << reply;
     engine.send("setoption name Ponder value false");
     EXPECT_EQ(answer().find(" ponder"), std::string::npos);
 }
@@ -226,7 +216,7 @@ TEST(GuiProtocol, MultiPvGivesDistinctMovesByScoreAndOneLineIsUnchanged) {
             EXPECT_EQ(info.depth, static_cast<int>(i / 3 + 1));
             EXPECT_EQ(info.multipv, static_cast<int>(k + 1));
             ASSERT_FALSE(info.pv.empty());
-            EXPECT_TRUE(plays_legally(fen, info.pv));
+            EXPECT_TRUE(test::plays_legally(fen, info.pv));
             firstMoves.insert(info.pv[0]);
             if (k > 0) {
                 EXPECT_GE(infos[i + k - 1].score, info.score);
@@ -257,6 +247,7 @@ TEST(GuiProtocol, BenchCommandPrintsTheBenchToolsTotal) {
     for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) output.append(chunk, n);
     EXPECT_EQ(pclose(pipe), 0);
     std::ostringstream discard;
+    tb_init("");  // the bench command loads no tables; earlier tests here may have
     const BenchTotals totals = run_bench(5, discard);
     EXPECT_NE(output.find("\nNodes searched: " + std::to_string(totals.nodes) + "\n"), std::string::npos) << output;
     EXPECT_NE(output.find("\nNodes/second: "), std::string::npos);

@@ -15,10 +15,9 @@ namespace {
 
 constexpr const char* AfterE4 = "rnbqkbnr/pppppppp/8/8/4P3/8/PPPP1PPP/RNBQKBNR b KQkq - 0 1";
 
+// The move of a "bestmove" line, playable from fen.
 bool is_legal(const std::string& fen, const std::string& bestmoveLine) {
-    Board board;
-    board.set_fen(fen);
-    return bestmoveLine.rfind("bestmove ", 0) == 0 && test::find_move(board, bestmoveLine.substr(9)) != NULL_MOVE;
+    return test::plays_legally(fen, {bestmoveLine.substr(9)});
 }
 
 }  // namespace
