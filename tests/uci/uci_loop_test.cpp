@@ -50,48 +50,47 @@ TEST_F(UciLoop, HandshakeAndReadiness) {
     EXPECT_TRUE(execute_uci_command(board, "xyzzy plugh"));
 }
 
+// Moves after a bad one are not played; impossible rights are dropped and
+// said; a refused placement leaves what was placed, consistent, and never
+// the start position.
 TEST_F(UciLoop, PositionCommandsAndTheirErrors) {
-    run("position startpos moves e2e4 e7e5 xx g1f3");
-    EXPECT_EQ(io.err(), "info string coup UCI non reconnu ou illegal: xx\n");
-    EXPECT_EQ(board.fen(), "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq e6 0 1");
-
-    run("position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8");
-    EXPECT_EQ(io.err(), "info string coup UCI non reconnu ou illegal: b7b8\n");
-    run("position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8q");
-    EXPECT_EQ(board.fen(), "1Q2k3/8/8/8/8/8/8/4K3 b - - 0 1");
-
-    // A refused placement leaves what was placed, consistent, and never the
-    // start position: "go" must not answer a move for a position the GUI
-    // does not have.
-    run("position fen rnbqkbnr/ppppxppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1 moves e2e4");
-    EXPECT_EQ(io.err(), "info string EXCEPTION pendant position: FEN invalide: piece inconnue\n");
-    EXPECT_EQ(board.fen(), "rnbqkbnr/pppp4/8/8/8/8/8/8 w - - 0 1");
-    EXPECT_EQ(board.key(), board.compute_key());
+    const struct {
+        const char *command, *err, *fen;
+    } cases[] = {
+        {"position startpos moves e2e4 e7e5 xx g1f3", "info string coup UCI non reconnu ou illegal: xx\n",
+         "rnbqkbnr/pppp1ppp/8/4p3/4P3/8/PPPP1PPP/RNBQKBNR w KQkq e6 0 1"},
+        {"position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8",
+         "info string coup UCI non reconnu ou illegal: b7b8\n", "4k3/1P6/8/8/8/8/8/4K3 w - - 0 1"},
+        {"position fen 4k3/1P6/8/8/8/8/8/4K3 w - - 0 1 moves b7b8q", "", "1Q2k3/8/8/8/8/8/8/4K3 b - - 0 1"},
+        {"position fen 4k3/8/8/8/8/8/8/4K3 w KQkq e6 0 1",
+         "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (KQkq), "
+         "case en passant incoherente retiree (e6)\n",
+         "4k3/8/8/8/8/8/8/4K3 w - - 0 1"},
+        {"position fen r3k3/8/8/3pP3/8/8/8/4K2R w KQkq d6 0 1",  // d6: a real double step
+         "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (Qk)\n",
+         "r3k3/8/8/3pP3/8/8/8/4K2R w Kq d6 0 1"},
+        {"position sideways", "", "r3k3/8/8/3pP3/8/8/8/4K2R w Kq d6 0 1"},  // an unknown form changes nothing
+        {"position fen 4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1 moves e2e7",
+         "info string coups ignores, position injouable: le roi du camp qui n'a pas le trait est en echec\n",
+         "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1"},
+        {"position fen rnbqkbnr/ppppxppp/8/8/8/8/PPPPPPPP/RNBQKBNR w KQkq - 0 1 moves e2e4",
+         "info string EXCEPTION pendant position: FEN invalide: piece inconnue\n",
+         "rnbqkbnr/pppp4/8/8/8/8/8/8 w - - 0 1"},
+    };
+    for (const auto& c : cases) {
+        run(c.command);
+        EXPECT_EQ(io.err(), c.err) << c.command;
+        EXPECT_EQ(board.fen(), c.fen) << c.command;
+        EXPECT_EQ(board.key(), board.compute_key()) << c.command;
+    }
+    // "go" must not answer a move for a position the GUI does not have.
     run("go depth 1");
     EXPECT_EQ(io.out(), "bestmove 0000\n");
     EXPECT_EQ(io.err(),
               "info string position injouable, pas de recherche: il faut exactement un roi de chaque couleur\n");
-
-    // Accepted positions are kept; impossible rights are dropped and said.
-    run("position fen 4k3/8/8/8/8/8/8/4K3 w KQkq e6 0 1");
-    EXPECT_EQ(io.err(),
-              "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (KQkq), "
-              "case en passant incoherente retiree (e6)\n");
-    EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 0 1");
-    run("position fen r3k3/8/8/3pP3/8/8/8/4K2R w KQkq d6 0 1");  // d6: a real double step
-    EXPECT_EQ(io.err(), "info string FEN corrigee: droits de roque sans roi ou tour a leur place retires (Qk)\n");
-    EXPECT_EQ(board.fen(), "r3k3/8/8/3pP3/8/8/8/4K2R w Kq d6 0 1");
-    EXPECT_EQ(board.key(), board.compute_key());
-    run("position fen 4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1 moves e2e7");
-    EXPECT_EQ(io.err(),
-              "info string coups ignores, position injouable: le roi du camp qui n'a pas le trait est en echec\n");
-    EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1");
+    run("position fen 4k3/8/8/8/8/8/4Q3/4K3 w - - 0 1");
     run("go perft 1");
     EXPECT_EQ(io.out(), "");
-
-    run("position fen 4k3/8/8/8/8/8/8/4K3 w - - 0 1");
-    run("position sideways");  // an unknown form changes nothing
-    EXPECT_EQ(board.fen(), "4k3/8/8/8/8/8/8/4K3 w - - 0 1");
 }
 
 TEST_F(UciLoop, NewGameThenPerftDividedByRootMove) {
