@@ -61,9 +61,9 @@ TEST(TablebaseCache, FreshCacheThenRepairOfTruncatedAndAlteredFiles) {
     EXPECT_EQ(std::distance(fs::directory_iterator(dir), fs::directory_iterator()), 70);
 }
 
-// A file, or a link planted in the cache or in its place, must never lead
-// the engine to write anywhere else.
-TEST(TablebaseCache, PlantedFilesAndLinksAreNeverWrittenThrough) {
+// A file, a link or another user's directory planted in the cache or in its
+// place must never lead the engine to write anywhere else.
+TEST(TablebaseCache, PlantedFilesLinksAndForeignDirectoriesAreNeverWrittenThrough) {
     test::ScratchTmpdir tmp;
     std::ofstream(tmp.cache()) << "a file where the directory should be";
     std::string err;
@@ -90,6 +90,21 @@ TEST(TablebaseCache, PlantedFilesAndLinksAreNeverWrittenThrough) {
     EXPECT_EQ(read_file(victim / "precious.txt"), "keep me");
     EXPECT_FALSE(fs::is_symlink(tmp.cache() / "KBvK.rtbw"));
     EXPECT_TRUE(cache_matches_embedded(tmp.cache()));
+
+    // Another user's directory under our cache name: refused, nothing written.
+    struct stat st {};
+    st.st_mode = S_IFDIR | 0700;
+    st.st_uid = 1000;
+    EXPECT_EQ(cache_dir_problem(st, 1000), nullptr);
+    EXPECT_STREQ(cache_dir_problem(st, 1001), "appartient a un autre utilisateur");
+    // Only the superuser can hand a real directory to someone else.
+    if (geteuid() != 0) return;
+    fs::remove_all(tmp.cache());
+    fs::create_directory(tmp.cache());
+    ASSERT_EQ(chown(tmp.cache().c_str(), 12345, 12345), 0);
+    EXPECT_EQ(extract_capturing(err), "");
+    EXPECT_NE(err.find("refuse (appartient a un autre utilisateur)"), std::string::npos);
+    EXPECT_TRUE(fs::is_empty(tmp.cache()));
 }
 
 // A directory renamed in its place afterwards, a link planted in it, or (as
@@ -128,24 +143,6 @@ TEST(TablebaseCache, ReaderOpensTablesOnlyThroughTheCheckedDirectory) {
     EXPECT_EQ(test::probe_wdl_fen(krk), root ? TB_RESULT_FAILED : TB_WIN);
     EXPECT_EQ(test::probe_wdl_fen("8/8/8/8/4k3/8/1P6/K7 w - - 0 1"), TB_WIN);  // the rest still serves
     tb_init("");
-}
-
-// Another user's directory under our cache name: refused, nothing written.
-TEST(TablebaseCache, ForeignOwnedCacheIsRefused) {
-    struct stat st {};
-    st.st_mode = S_IFDIR | 0700;
-    st.st_uid = 1000;
-    EXPECT_EQ(cache_dir_problem(st, 1000), nullptr);
-    EXPECT_STREQ(cache_dir_problem(st, 1001), "appartient a un autre utilisateur");
-    // Only the superuser can hand a real directory to someone else.
-    if (geteuid() != 0) return;
-    test::ScratchTmpdir tmp;
-    fs::create_directory(tmp.cache());
-    ASSERT_EQ(chown(tmp.cache().c_str(), 12345, 12345), 0);
-    std::string err;
-    EXPECT_EQ(extract_capturing(err), "");
-    EXPECT_NE(err.find("refuse (appartient a un autre utilisateur)"), std::string::npos);
-    EXPECT_TRUE(fs::is_empty(tmp.cache()));
 }
 
 // Engines started together on an empty cache: each one, once its own
