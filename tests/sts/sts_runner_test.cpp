@@ -176,10 +176,8 @@ TEST_F(StsRunnerTest, KilledRunResumesToTheSameTotals) {
     }
     // Kill the run once two positions are on disk.
     for (int i = 0; i < 2000; ++i) {
-        std::ifstream csv(dir + "cut.csv");
-        int lines = 0;
-        for (std::string l; std::getline(csv, l);) ++lines;
-        if (lines >= 3) break;
+        const std::string csv = read_file(dir + "cut.csv");
+        if (std::count(csv.begin(), csv.end(), '\n') >= 3) break;
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
     }
     kill(child, SIGKILL);
@@ -313,7 +311,6 @@ TEST_F(StsRunnerTest, FailedBatchRunsExitWithNonZeroStatus) {
     EXPECT_EQ(status_of(good + " --depth 1" + out), 0);
     EXPECT_EQ(status_of(good + " --depth 1 --jobs 2 --slice 2/2 --timeout 60" + out), 0);
 }
-
 
 // Each position is searched from a fresh board and table, so splitting the
 // suite between processes changes no byte of the reports or progress.
