@@ -247,7 +247,7 @@ TEST(GuiProtocol, BenchCommandPrintsTheBenchToolsTotal) {
     for (std::size_t n; (n = std::fread(chunk, 1, sizeof chunk, pipe)) > 0;) output.append(chunk, n);
     EXPECT_EQ(pclose(pipe), 0);
     std::ostringstream discard;
-    tb_init("");  // the bench command loads no tables; earlier tests here may have
+    tb_init("");  // as in the bench command, whatever tables earlier tests loaded
     const BenchTotals totals = run_bench(5, discard);
     EXPECT_NE(output.find("\nNodes searched: " + std::to_string(totals.nodes) + "\n"), std::string::npos) << output;
     EXPECT_NE(output.find("\nNodes/second: "), std::string::npos);
