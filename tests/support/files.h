@@ -40,4 +40,11 @@ inline std::string read_file(const std::filesystem::path& path) {
     return content.str();
 }
 
+// How many games a PGN text holds.
+inline int pgn_game_count(const std::string& pgn) {
+    int games = 0;
+    for (auto at = pgn.find("[Event "); at != std::string::npos; at = pgn.find("[Event ", at + 1)) ++games;
+    return games;
+}
+
 }  // namespace morvane::test

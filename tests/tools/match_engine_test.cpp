@@ -205,8 +205,6 @@ TEST(MatchEngine, MatchStopsWhenTheTestDecidesAndWritesEveryScoredGame) {
     EXPECT_EQ(s.totals[1].moves, s.wdl.games());  // one (illegal) move per game
 
     const std::string pgn = morvane::test::read_file(config.pgnPath);
-    int games = 0;
-    for (auto at = pgn.find("[Event "); at != std::string::npos; at = pgn.find("[Event ", at + 1)) ++games;
-    EXPECT_EQ(games, s.wdl.games());
+    EXPECT_EQ(morvane::test::pgn_game_count(pgn), s.wdl.games());
     EXPECT_NE(pgn.find("[Termination \"rules infraction\"]"), std::string::npos);
 }

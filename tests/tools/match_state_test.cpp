@@ -77,9 +77,7 @@ TEST(MatchState, AStoppedMatchResumesToTheTalliesOfOneRunStraightThrough) {
     EXPECT_EQ(read_state(part.statePath).donePairs.size(), 6u);
     // The PGN holds each game once.
     const std::string pgn = morvane::test::read_file(part.pgnPath);
-    int games = 0;
-    for (auto at = pgn.find("[Event "); at != std::string::npos; at = pgn.find("[Event ", at + 1)) ++games;
-    EXPECT_EQ(games, 12);
+    EXPECT_EQ(morvane::test::pgn_game_count(pgn), 12);
 }
 
 TEST(MatchState, StateFilesRoundTripAndDamageOrOtherSettingsAreRefused) {
