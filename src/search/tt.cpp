@@ -13,6 +13,10 @@ namespace morvane {
 TranspositionTable g_tt;
 
 void TranspositionTable::resize_entries(std::size_t count) {
+    if (entries_ && count == size()) {  // same size: emptying is all a resize would do
+        clear();
+        return;
+    }
     // A probe lands at a random index, so with small pages it misses the
     // address-translation cache as well as the data cache. Tables of 2 MB
     // and more are placed on 2 MB boundaries and offered to the kernel as

@@ -27,7 +27,7 @@ class TranspositionTable {
 public:
     TranspositionTable() { resize_entries(std::size_t{1} << 20); }
 
-    // Largest power of two of entries not above megabytes × 65,536.
+    // Largest power of two of entries not above megabytes × 65,536, empty.
     void resize_mb(int megabytes);
     void clear();
 

@@ -22,13 +22,6 @@ constexpr int DecisiveScore = 10000;
 // a pass at 50,000 nodes a position about 6 % faster.
 constexpr int GameTableMegabytes = 16, LabelTableMegabytes = 4;
 
-// Every search here starts from an empty table of its own size, so that its
-// result does not depend on what was searched before it.
-void empty_table(int megabytes) {
-    if (g_tt.size() == static_cast<std::size_t>(megabytes) * 65536) tt_clear();
-    else g_tt.resize_mb(megabytes);
-}
-
 double white_result_for_mover(const Board& board, double moverResult) {
     return board.side_to_move() == WHITE ? moverResult : 1.0 - moverResult;
 }
@@ -75,8 +68,9 @@ std::optional<GameRecord> play_game(Board& board, SearchContext& ctx, std::mt199
         if (n == 0) return std::nullopt;
         board.do_move(moves[rng() % n].move);
     }
-    // A game replays identically whatever was played before it.
-    empty_table(GameTableMegabytes);
+    // An empty table, so that a game replays identically whatever was
+    // searched before it.
+    g_tt.resize_mb(GameTableMegabytes);
     const SearchLimits limits = move_limits(settings);
     ScoreAdjudicator adjudicator(settings);
     GameRecord game;
@@ -115,7 +109,7 @@ std::optional<GameRecord> play_next_game(Board& board, SearchContext& ctx, std::
 }
 
 int deep_score(Board& board, SearchContext& ctx, const SearchLimits& limits) {
-    empty_table(LabelTableMegabytes);
+    g_tt.resize_mb(LabelTableMegabytes);
     const SearchResult searched = iterative_deepening(board, ctx, limits, nullptr);
     return board.side_to_move() == WHITE ? searched.score : -searched.score;
 }
