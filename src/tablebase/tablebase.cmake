@@ -7,16 +7,16 @@ enable_language(ASM)
 
 set(TB_DIR ${CMAKE_BINARY_DIR}/tablebases)
 set(TBGEN_EXE ${CMAKE_BINARY_DIR}/tbgen/tbgen)
-set(TBGEN_SOURCES
-    ${CMAKE_SOURCE_DIR}/tools/tbgen/tbgen.cpp
-    ${CMAKE_SOURCE_DIR}/src/tablebase/tb_layout.h)
+file(GLOB TBGEN_CPP CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tools/tbgen/*.cpp)
+file(GLOB TBGEN_H CONFIGURE_DEPENDS ${CMAKE_SOURCE_DIR}/tools/tbgen/*.h)
+set(TBGEN_SOURCES ${TBGEN_CPP} ${TBGEN_H} ${CMAKE_SOURCE_DIR}/src/tablebase/tb_layout.h)
 set(TB_PUBLISHED ${CMAKE_SOURCE_DIR}/tools/tbgen/published-stats-3-4.txt)
 
 add_custom_command(
     OUTPUT ${TBGEN_EXE}
     COMMAND ${CMAKE_COMMAND} -E make_directory ${CMAKE_BINARY_DIR}/tbgen
     COMMAND ${CMAKE_CXX_COMPILER} -std=c++20 -O2 -pthread -I${CMAKE_SOURCE_DIR}/src
-            ${CMAKE_SOURCE_DIR}/tools/tbgen/tbgen.cpp -o ${TBGEN_EXE}
+            ${TBGEN_CPP} -o ${TBGEN_EXE}
     DEPENDS ${TBGEN_SOURCES}
     COMMENT "Building the endgame-table generator"
     VERBATIM)
