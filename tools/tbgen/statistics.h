@@ -22,6 +22,7 @@ struct TableStats {
     bool operator==(const TableStats&) const = default;
 };
 
+// One table's published figures, with the position of each side's longest win.
 struct Published {
     TableStats st;
     std::string fen[2];
