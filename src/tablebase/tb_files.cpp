@@ -57,7 +57,6 @@ struct TableDir {
     int fd;  // -1: open by path
 };
 std::vector<TableDir> paths;
-unsigned TB_MaxCardinality = 0, TB_MaxCardinalityDTM = 0;
 
 // The slot holding `key`, or the empty slot where it would go.
 HashSlot& slot_for(std::uint64_t key) {
@@ -134,11 +133,10 @@ void init_tb(const std::string& name) {
     e.hasPawns = mat.pawns;
     e.key = key_of_material(mat, false);
     e.files[WDL].present = true;
-    TB_MaxCardinality = std::max<unsigned>(TB_MaxCardinality, static_cast<unsigned>(e.pieces));
-    if (check_file(name, DTM) == FileCheck::Ok) {
-        e.files[DTM].present = true;
-        TB_MaxCardinalityDTM = std::max<unsigned>(TB_MaxCardinalityDTM, static_cast<unsigned>(e.pieces));
-    }
+    // Every entry has its win/draw/loss file, so the largest of them bounds
+    // every kind of table.
+    TB_LARGEST = std::max<unsigned>(TB_LARGEST, static_cast<unsigned>(e.pieces));
+    e.files[DTM].present = check_file(name, DTM) == FileCheck::Ok;
     e.files[DTZ].present = check_file(name, DTZ) == FileCheck::Ok;
 }
 
@@ -230,7 +228,6 @@ void register_tables() {
             add_to_hash(&e, e.key);
             add_to_hash(&e, key_of_material(e.mat, true));
         }
-    TB_LARGEST = std::max(TB_MaxCardinality, TB_MaxCardinalityDTM);
 }
 
 }  // namespace
@@ -293,7 +290,6 @@ void tb_free() {
     for (const TableDir& dir : paths)
         if (dir.fd >= 0) ::close(dir.fd);
     paths.clear();
-    TB_MaxCardinality = TB_MaxCardinalityDTM = 0;
     TB_LARGEST = 0;
 }
 
