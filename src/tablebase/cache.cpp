@@ -13,6 +13,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
@@ -98,9 +99,10 @@ int open_cache_dir(const std::filesystem::path& dir, std::string& why) {
 // renamed over it, so that a reader opening name sees either the old file or
 // the complete new one, never a partial write.
 bool write_embedded_file(int dirFd, const char* name, const unsigned char* data, std::size_t size) {
-    // One temporary name per process and call: concurrent writers never
-    // share a file, and O_EXCL refuses anything already standing there.
-    static unsigned serial = 0;
+    // One temporary name per process and call: concurrent writers, in this
+    // process or another, never share a file, and O_EXCL refuses anything
+    // already standing there.
+    static std::atomic<unsigned> serial{0};
     const std::string tmp = std::string(name) + ".tmp." + std::to_string(::getpid()) + "." + std::to_string(serial++);
     int fd = ::openat(dirFd, tmp.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0600);
     if (fd < 0) return false;
