@@ -40,9 +40,11 @@ protected:
 }  // namespace
 
 TEST_F(KingSafetyTest, MatingAttacksCostTheDefenderDearlyAndQuietKingsLittle) {
-    // Each attack on the white king, or its mirror, costs more than a pawn
-    // (a danger scale making each cost 150 cp won nothing in games).
-    constexpr int MoreThanAPawn = 100;
+    // Each attack on the white king, or its mirror, costs most of a pawn or
+    // more: 90 to 100 cp with the weights fitted to deep searches. Games set
+    // the scale (one making each cost 150 cp won nothing); this guards the
+    // sign and the order of size.
+    constexpr int MostOfAPawn = 75;
     const char* attacks[] = {
         "6k1/5ppp/8/8/6nq/8/5PPP/R4RK1 w - - 0 1",          // Qxh2 mate threatened
         "6k1/5ppp/8/8/5rnq/8/5PPP/3R1RK1 w - - 0 1",        // queen, rook and knight
@@ -50,8 +52,8 @@ TEST_F(KingSafetyTest, MatingAttacksCostTheDefenderDearlyAndQuietKingsLittle) {
         "2r3k1/pp3ppp/8/8/3b4/6q1/PP3P1P/R4RK1 w - - 0 1",  // the f-pawn pinned, the queen untouchable
     };
     for (const char* fen : attacks) {
-        EXPECT_LE(danger_for_white(fen), -MoreThanAPawn) << fen;
-        EXPECT_GE(danger_for_white(test::mirror_fen(fen)), MoreThanAPawn) << fen;
+        EXPECT_LE(danger_for_white(fen), -MostOfAPawn) << fen;
+        EXPECT_GE(danger_for_white(test::mirror_fen(fen)), MostOfAPawn) << fen;
     }
     // Qh7 mate on the board against Black.
     EXPECT_GE(danger_for_white("r1b2rk1/ppp2pp1/2nq4/7Q/8/3B3R/PPP2PPP/R1B3K1 w - - 0 1"), 150);
