@@ -19,9 +19,10 @@ MatchConfig engine_against_itself() {
     config.engines[0].name = "A";
     config.engines[1].name = "B";
     config.engines[1].options = {{"Hash", "8"}};
-    // Short endings with different outcomes, so that every tally moves.
+    // Short endings with different outcomes, so that every tally moves; the
+    // lone knight is a draw whatever the evaluation's weights make of the rest.
     config.openings = {"4k3/8/8/8/8/8/PPP5/4K3 w - - 0 1", "4k3/pp6/8/8/8/8/PP6/4K3 b - - 0 1",
-                       "2k5/8/8/8/8/8/5PPP/6K1 b - - 0 1"};
+                       "2k5/8/8/8/8/8/5PPP/6K1 b - - 0 1", "4k3/8/8/8/8/8/8/4KN2 w - - 0 1"};
     config.concurrency = 1;
     config.rules.draw = true;
     config.rules.drawMoveNumber = 0;
