@@ -9,6 +9,7 @@
 
 #include "config/config_loader.h"
 #include "spsa/engine_games.h"
+#include "spsa/history.h"
 #include "spsa/run.h"
 #include "spsa/state_file.h"
 #include "spsa/trajectory_plot.h"
@@ -278,4 +279,23 @@ TEST(SpsaPlot, DrawsOnePanelPerKeyAndRefusesAnEmptyHistory) {
 
     std::istringstream empty("iteration,games,wins,draws,losses,a\n");
     EXPECT_FALSE(write_trajectory_svg(empty, svg, error));
+}
+
+TEST(SpsaHistory, MeansExactlyTheLastIterationsAndRefusesAWindowItDoesNotHold) {
+    // Rows past the state's iteration (a run killed before saving) and rows
+    // cut short stay out of the mean.
+    std::istringstream text("iteration,games,wins,draws,losses,a,b\n0,0,0,0,0,10,1\n1,4,1,2,1,20,2\n"
+                            "2,8,2,4,2,30,4\n3,12,3,6,3,50,8\n4,16,4,8,4,1000,1000\n5,2");
+    History history;
+    std::string error;
+    ASSERT_TRUE(read_history(text, history, error)) << error;
+    ASSERT_EQ(history.iterations.size(), 5u);
+    std::vector<double> means;
+    ASSERT_TRUE(mean_of_last_iterations(history, 3, 2, means, error)) << error;
+    EXPECT_EQ(means, (std::vector<double>{40, 6}));
+    ASSERT_TRUE(mean_of_last_iterations(history, 3, 4, means, error)) << error;
+    EXPECT_EQ(means, (std::vector<double>{27.5, 3.75}));
+    EXPECT_FALSE(mean_of_last_iterations(history, 3, 5, means, error));
+    EXPECT_FALSE(mean_of_last_iterations(history, 3, 0, means, error));
+    EXPECT_FALSE(mean_of_last_iterations(history, 7, 2, means, error));
 }

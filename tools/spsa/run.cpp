@@ -1,31 +1,15 @@
 #include "spsa/run.h"
 
 #include <chrono>
-#include <fstream>
 #include <iomanip>
 #include <sstream>
-#include <vector>
 
+#include "spsa/history.h"
 #include "spsa/state_file.h"
 
 namespace spsa {
 
 namespace {
-
-std::string history_row(const TunerState& s) {
-    std::ostringstream row;
-    row << s.iteration << ',' << s.total.games() << ',' << s.total.wins << ',' << s.total.draws << ','
-        << s.total.losses << std::fixed << std::setprecision(3);
-    for (double v : s.values) row << ',' << v;
-    return row.str();
-}
-
-bool append_line(const std::string& path, const std::string& line, std::string& error) {
-    std::ofstream out(path, std::ios::app);
-    out << line << '\n' << std::flush;
-    if (!out) error = "cannot write " + path;
-    return static_cast<bool>(out);
-}
 
 std::string progress_line(const TunerState& s, double gamesPerHour) {
     std::ostringstream line;
@@ -56,7 +40,7 @@ RunEnd run_tuner(TunerState& state, const RunFiles& files, const PlayIteration& 
         std::string error;
         // History first: a row without its state is trimmed on resuming,
         // while a state without its row would leave a gap.
-        if (!append_line(files.history, history_row(next), error) || !save_state(files.state, next, error)) {
+        if (!append_history(files.history, next, error) || !save_state(files.state, next, error)) {
             progress << error << '\n';
             return RunEnd::Failed;
         }
@@ -66,37 +50,6 @@ RunEnd run_tuner(TunerState& state, const RunFiles& files, const PlayIteration& 
         progress << progress_line(state, hours > 0 ? static_cast<double>(sessionGames) / hours : 0) << std::endl;
     }
     return state.iteration >= state.iterations ? RunEnd::Finished : RunEnd::Stopped;
-}
-
-bool start_history(const std::string& path, const TunerState& state, std::string& error) {
-    std::ofstream out(path, std::ios::trunc);
-    out << "iteration,games,wins,draws,losses";
-    for (const TunedKey& key : state.keys) out << ',' << key.name;
-    out << '\n' << history_row(state) << '\n' << std::flush;
-    if (!out) error = "cannot write " + path;
-    return static_cast<bool>(out);
-}
-
-bool trim_history(const std::string& path, std::int64_t iteration, std::string& error) {
-    std::ifstream in(path);
-    if (!in) {
-        error = "cannot read " + path;
-        return false;
-    }
-    std::vector<std::string> kept;
-    for (std::string line; std::getline(in, line);) {
-        const bool header = kept.empty();
-        std::int64_t rowIteration = -1;
-        std::istringstream(line) >> rowIteration;
-        // A row cut short by a killed run has no place either.
-        if (header || (rowIteration >= 0 && rowIteration <= iteration && !in.eof())) kept.push_back(line);
-    }
-    in.close();
-    std::ofstream out(path, std::ios::trunc);
-    for (const std::string& line : kept) out << line << '\n';
-    out.flush();
-    if (!out) error = "cannot write " + path;
-    return static_cast<bool>(out);
 }
 
 }  // namespace spsa

@@ -27,11 +27,4 @@ enum class RunEnd { Finished, Stopped, Failed };
 RunEnd run_tuner(TunerState& state, const RunFiles& files, const PlayIteration& play, const std::atomic<bool>& stop,
                  std::ostream& progress);
 
-// A new history: its header and the start values as row 0.
-bool start_history(const std::string& path, const TunerState& state, std::string& error);
-
-// On resuming: drops rows of iterations the state does not hold (written
-// just before a run died), so that none is counted twice.
-bool trim_history(const std::string& path, std::int64_t iteration, std::string& error);
-
 }  // namespace spsa

@@ -16,6 +16,7 @@
 #include "match/openings.h"
 #include "match/referee.h"
 #include "spsa/engine_games.h"
+#include "spsa/history.h"
 #include "spsa/state_file.h"
 #include "spsa/trajectory_plot.h"
 
@@ -30,12 +31,13 @@ constexpr const char* Usage =
     "            [--iterations N] [--pairs N] [--concurrency N] [--seed N] [--A X]\n"
     "       spsa --resume DIR/state.txt [--iterations N]\n"
     "       spsa --plot DIR/history.csv --output FILE.svg\n"
-    "       spsa --export DIR/state.txt --output FILE.cfg\n"
+    "       spsa --export DIR/state.txt --output FILE.cfg [--average-last N]\n"
     "A new run copies the engine, the base parameter file and the openings into DIR, then plays\n"
     "--pairs game pairs (default 2) per iteration, --concurrency (default 2) at a time, for\n"
     "--iterations (default 2000); A defaults to a tenth of the iterations. The state is saved\n"
     "after every iteration; Ctrl-C stops the run, losing only the iteration in flight.\n"
-    "--export writes the run's base file with the tuned keys' current values after it.\n";
+    "--export writes the run's base file with the tuned keys' current values after it, or with\n"
+    "their means over the last N iterations of the history.\n";
 
 std::atomic<bool> g_stop{false};
 static_assert(std::atomic<bool>::is_always_lock_free, "set from a signal handler");
@@ -63,26 +65,61 @@ int plot(ToolArguments& args) {
     return 0;
 }
 
+// The values to export: the state's own, or their means over the end of
+// the history, where the last row alone carries the final iterations' noise.
+bool exported_values(ToolArguments& args, const TunerState& state, std::vector<double>& values, std::string& how,
+                     std::string& error) {
+    values = state.values;
+    how = "values of iteration " + std::to_string(state.iteration);
+    if (!args.has("average-last")) return true;
+    const std::int64_t count = args.integer("average-last", 0);
+    if (!args.error().empty()) {
+        error = args.error();
+        return false;
+    }
+    const std::string path = (fs::path(args.text("export")).parent_path() / "history.csv").string();
+    std::ifstream file(path);
+    History history;
+    if (!file) {
+        error = "cannot read " + path;
+        return false;
+    }
+    if (!read_history(file, history, error)) return false;
+    std::vector<std::string> names;
+    for (const TunedKey& key : state.keys) names.push_back(key.name);
+    if (history.keys != names) {
+        error = path + " does not list the state's keys";
+        return false;
+    }
+    if (!mean_of_last_iterations(history, state.iteration, count, values, error)) return false;
+    how = "means over iterations " + std::to_string(state.iteration - count + 1) + " to " +
+          std::to_string(state.iteration);
+    return true;
+}
+
 // The candidate parameter file: the run's base file, then each tuned key at
-// its current value (a later entry wins), the start values in a comment.
+// its exported value (a later entry wins), the start values in a comment.
 int export_values(ToolArguments& args) {
     TunerState state;
-    std::string error;
+    std::string error, how;
+    std::vector<double> exported;
     if (args.text("output").empty()) return fail("--export needs --output");
-    if (!load_state(args.text("export"), state, error)) return fail(error);
+    if (!load_state(args.text("export"), state, error) || !exported_values(args, state, exported, how, error))
+        return fail(error);
     bool ok = false;
     const std::string base = read_text((fs::path(args.text("export")).parent_path() / "base.cfg").string(), ok);
     if (!ok) return fail("cannot read the run's base.cfg");
     std::vector<int> values;
     std::ostringstream starts;
     for (std::size_t i = 0; i < state.keys.size(); ++i) {
-        values.push_back(playing_value(state.keys[i], state.values[i]));
+        values.push_back(playing_value(state.keys[i], exported[i]));
         starts << (i ? ", " : "") << state.keys[i].name << ' ' << state.keys[i].start;
     }
     std::ofstream out(args.text("output"));
     out << config_with_keys(base, state.keys, values,
                             "Tuned by games: " + std::to_string(state.iteration) + " iterations, " +
-                                std::to_string(state.total.games()) + " games. Started from: " + starts.str());
+                                std::to_string(state.total.games()) + " games, " + how + ". Started from: " +
+                                starts.str());
     out.flush();
     return out ? 0 : fail("cannot write " + args.text("output"));
 }
@@ -163,7 +200,7 @@ int main(int argc, char** argv) {
     morvane::init_attacks();
     ToolArguments args(argc, argv,
                                 {"run", "resume", "plot", "export", "output", "keys", "base", "engine", "openings", "tc", "nodes",
-                                 "iterations", "pairs", "concurrency", "seed", "A"});
+                                 "iterations", "pairs", "concurrency", "seed", "A", "average-last"});
     if (!args.error().empty()) return fail(args.error() + "\n" + Usage);
     if (args.has("plot")) return plot(args);
     if (args.has("export")) return export_values(args);
