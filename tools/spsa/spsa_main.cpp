@@ -67,8 +67,8 @@ int plot(ToolArguments& args) {
 
 // The values to export: the state's own, or their means over the end of
 // the history, where the last row alone carries the final iterations' noise.
-bool exported_values(ToolArguments& args, const TunerState& state, std::vector<double>& values, std::string& how,
-                     std::string& error) {
+bool exported_values(ToolArguments& args, const TunerState& state, const std::string& historyPath,
+                     std::vector<double>& values, std::string& how, std::string& error) {
     values = state.values;
     how = "values of iteration " + std::to_string(state.iteration);
     if (!args.has("average-last")) return true;
@@ -77,18 +77,17 @@ bool exported_values(ToolArguments& args, const TunerState& state, std::vector<d
         error = args.error();
         return false;
     }
-    const std::string path = (fs::path(args.text("export")).parent_path() / "history.csv").string();
-    std::ifstream file(path);
+    std::ifstream file(historyPath);
     History history;
     if (!file) {
-        error = "cannot read " + path;
+        error = "cannot read " + historyPath;
         return false;
     }
     if (!read_history(file, history, error)) return false;
     std::vector<std::string> names;
     for (const TunedKey& key : state.keys) names.push_back(key.name);
     if (history.keys != names) {
-        error = path + " does not list the state's keys";
+        error = historyPath + " does not list the state's keys";
         return false;
     }
     if (!mean_of_last_iterations(history, state.iteration, count, values, error)) return false;
@@ -103,11 +102,13 @@ int export_values(ToolArguments& args) {
     TunerState state;
     std::string error, how;
     std::vector<double> exported;
+    const fs::path runDir = fs::path(args.text("export")).parent_path();
     if (args.text("output").empty()) return fail("--export needs --output");
-    if (!load_state(args.text("export"), state, error) || !exported_values(args, state, exported, how, error))
+    if (!load_state(args.text("export"), state, error) ||
+        !exported_values(args, state, (runDir / "history.csv").string(), exported, how, error))
         return fail(error);
     bool ok = false;
-    const std::string base = read_text((fs::path(args.text("export")).parent_path() / "base.cfg").string(), ok);
+    const std::string base = read_text((runDir / "base.cfg").string(), ok);
     if (!ok) return fail("cannot read the run's base.cfg");
     std::vector<int> values;
     std::ostringstream starts;
